@@ -1,0 +1,102 @@
+#pragma once
+// Memory services. Every allocation of the library goes through MoxMalloc, MoxCalloc, MoxRealloc and
+// MoxFree, whose handlers a host (or a test injecting failures) can replace.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace moxsdk {
+
+typedef void* (*MoxMallocProc)(size_t);
+typedef void* (*MoxCallocProc)(size_t, size_t);
+typedef void* (*MoxReallocProc)(void*, size_t);
+typedef void (*MoxFreeProc)(void*);
+
+void* MoxMalloc(size_t pSize);
+void* MoxCalloc(size_t pCount, size_t pSize);
+void* MoxRealloc(void* pData, size_t pSize);
+void MoxFree(void* pData);
+
+// pCount * pSize, or SIZE_MAX when the product overflows (no allocator can serve SIZE_MAX bytes).
+size_t MoxAllocSize(size_t pCount, size_t pSize);
+
+// pA + pB, or SIZE_MAX when the sum overflows; keeps a saturated size saturated when a header is added.
+size_t MoxAllocSizeAdd(size_t pA, size_t pB);
+
+// Each setter installs a handler; nullptr restores the C library's function.
+void MoxSetMallocHandler(MoxMallocProc pHandler);
+void MoxSetCallocHandler(MoxCallocProc pHandler);
+void MoxSetReallocHandler(MoxReallocProc pHandler);
+void MoxSetFreeHandler(MoxFreeProc pHandler);
+
+// Allocates sizeof(T) bytes with MoxMalloc and constructs T in place. Returns nullptr when the memory
+// could not be had; when the constructor throws, the memory is released and the exception passes on.
+template <class T, class... Args>
+T* MoxNew(Args&&... pArgs)
+{
+    void* lMemory = MoxMalloc(sizeof(T));
+    if (!lMemory) return nullptr;
+    try {
+        return new (lMemory) T(std::forward<Args>(pArgs)...);
+    } catch (...) {
+        MoxFree(lMemory);
+        throw;
+    }
+}
+
+// Runs the destructor and frees with MoxFree; does nothing for nullptr.
+template <class T>
+void MoxDelete(T* pObject)
+{
+    if (!pObject) return;
+    pObject->~T();
+    MoxFree(const_cast<void*>(static_cast<const void*>(pObject)));
+}
+
+namespace detail {
+// Class-type arrays keep their element count in a 16-byte header in front of the first element.
+constexpr size_t kArrayHeaderSize = 16;
+}  // namespace detail
+
+// Plain types (int, pointers): one uninitialised block, no header. Class types: a 16-byte header that
+// holds the count as an unsigned 64-bit number, then the elements constructed in ascending order.
+// A negative count or an overflowing size gives nullptr.
+template <class T>
+T* MoxNewArray(int pCount)
+{
+    if (pCount < 0) return nullptr;
+    const size_t lBytes = MoxAllocSize(static_cast<size_t>(pCount), sizeof(T));
+    if constexpr (!std::is_class<T>::value) {
+        return static_cast<T*>(MoxMalloc(lBytes));
+    } else {
+        auto* lBlock = static_cast<unsigned char*>(MoxMalloc(MoxAllocSizeAdd(lBytes, detail::kArrayHeaderSize)));
+        if (!lBlock) return nullptr;
+        const uint64_t lCount = static_cast<uint64_t>(pCount);
+        std::memcpy(lBlock, &lCount, sizeof(lCount));
+        T* lFirst = reinterpret_cast<T*>(lBlock + detail::kArrayHeaderSize);
+        for (int i = 0; i < pCount; ++i) new (lFirst + i) T();
+        return lFirst;
+    }
+}
+
+// Frees an array of MoxNewArray: class types have each element destroyed in ascending order first.
+template <class T>
+void MoxDeleteArray(T* pArray)
+{
+    if (!pArray) return;
+    if constexpr (!std::is_class<T>::value) {
+        MoxFree(const_cast<void*>(static_cast<const void*>(pArray)));
+    } else {
+        auto* lBlock = reinterpret_cast<unsigned char*>(pArray) - detail::kArrayHeaderSize;
+        uint64_t lCount = 0;
+        std::memcpy(&lCount, lBlock, sizeof(lCount));
+        for (uint64_t i = 0; i < lCount; ++i) pArray[i].~T();
+        MoxFree(lBlock);
+    }
+}
+
+}  // namespace moxsdk

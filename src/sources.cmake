@@ -1,0 +1,8 @@
+# The library's sources, relative to src/. One line per file, kept sorted.
+set(MOXSDK_SOURCES
+  core/math/moxamatrix.cxx
+  core/math/moxmath.cxx
+  core/moxassert.cxx
+  core/moxmemory.cxx
+  core/moxstring.cxx
+)

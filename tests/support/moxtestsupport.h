@@ -1,0 +1,54 @@
+#pragma once
+// Shared test support: capturing reports, counting and failing allocations.
+
+#include <string>
+#include <vector>
+
+namespace moxtest {
+
+struct Report {
+    std::string mFile;
+    std::string mFunction;
+    unsigned int mLine;
+    std::string mMessage;
+};
+
+// Captures every report made while it lives; restores the default procedure on destruction.
+class ReportCapture {
+public:
+    ReportCapture();
+    ~ReportCapture();
+    ReportCapture(const ReportCapture&) = delete;
+    ReportCapture& operator=(const ReportCapture&) = delete;
+
+    const std::vector<Report>& Reports() const;
+    // The messages in order of report.
+    std::vector<std::string> Messages() const;
+    size_t Count() const { return Reports().size(); }
+    // True when exactly one report was made with this file, function and message.
+    bool HasOnly(const std::string& pFile, const std::string& pFunction, const std::string& pMessage) const;
+    void Clear();
+};
+
+// Routes the memory handlers through counters while it lives. The n-th allocation request (malloc,
+// calloc or a realloc that asks for memory) can be made to fail; Live() counts blocks obtained and not
+// yet freed through the handlers.
+class AllocationTracker {
+public:
+    AllocationTracker();
+    ~AllocationTracker();
+    AllocationTracker(const AllocationTracker&) = delete;
+    AllocationTracker& operator=(const AllocationTracker&) = delete;
+
+    // Makes request number pN (1-based, counted from now) fail; 0 disables failing.
+    void FailAt(long pN);
+    // Makes every request from now fail (true) or none (false).
+    void FailAll(bool pFail);
+    long Requests() const;
+    long Failures() const;
+    long Live() const;
+    // Byte sizes of every request since construction, in order.
+    const std::vector<size_t>& Sizes() const;
+};
+
+}  // namespace moxtest
