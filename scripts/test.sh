@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# The test command: installs what is missing, then configures, builds (incrementally) and runs the whole
+# test suite twice:
+#   build/relwithdebinfo  RelWithDebInfo, -Wall -Wextra -Werror; also builds the benchmarks (not run)
+#   build/sanitize        AddressSanitizer + UndefinedBehaviorSanitizer, halt on error, leak detection on
+# Both include the install test (the library installed and used by an outside CMake project).
+# Exits non-zero on the first failure.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+# assimp-testmodels: sample model files for tests that read real-world meshes.
+mox_require_packages "${MOX_BUILD_PACKAGES[@]}" libgtest-dev libgmock-dev libbenchmark-dev pkg-config \
+    assimp-testmodels
+
+cd "$MOX_ROOT"
+for preset in relwithdebinfo sanitize; do
+    echo "=== $preset ==="
+    cmake --preset "$preset"
+    cmake --build --preset "$preset"
+    # The preset runs 2 tests at a time, shows the output of failures, and sets ASAN_OPTIONS and
+    # UBSAN_OPTIONS for the sanitizer build.
+    ctest --preset "$preset"
+done
+echo "All tests passed in both builds."
