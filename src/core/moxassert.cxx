@@ -6,8 +6,7 @@
 namespace moxsdk {
 namespace {
 
-void DefaultAssertProc(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
-                       const char* pMessage)
+void DefaultAssertProc(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber, const char* pMessage)
 {
     std::fprintf(stderr, "%s(%u): %s: %s\n", pFileName ? pFileName : "", pLineNumber,
                  pFunctionName ? pFunctionName : "", pMessage ? pMessage : "");

@@ -18,9 +18,9 @@ void _MoxAssert(const char* pFileName, const char* pFunctionName, unsigned int p
 }  // namespace moxsdk
 
 // Reports pMessage from the current function when pCondition is false.
-#define MOX_ASSERT_MSG(pFile, pCondition, pMessage)                                                                   \
-    do {                                                                                                              \
-        if (!(pCondition)) ::moxsdk::_MoxAssert(pFile, __func__, static_cast<unsigned int>(__LINE__), pMessage);      \
+#define MOX_ASSERT_MSG(pFile, pCondition, pMessage)                                                                    \
+    do {                                                                                                               \
+        if (!(pCondition)) ::moxsdk::_MoxAssert(pFile, __func__, static_cast<unsigned int>(__LINE__), pMessage);       \
     } while (0)
 
 // Reports the condition's own text when it is false.

@@ -72,7 +72,8 @@ public:
             MOX_REPORT(kFile, "Index is out of range!");
         } else if (pIndex >= GetSize()) {
             if (pIndex < GetCapacity())
-                MOX_REPORT(kFile, "Index is out of range, but not outside of capacity! Call SetAt() to use reserved memory.");
+                MOX_REPORT(kFile,
+                           "Index is out of range, but not outside of capacity! Call SetAt() to use reserved memory.");
             MOX_REPORT(kFile, "Index is out of range!");
         }
         return Slot(pIndex);
@@ -269,7 +270,7 @@ private:
         return true;
     }
 
-    void* mData;
+    void* mData = nullptr;
 };
 
 // Deletes each pointed-to object (destructor, then MoxFree) in index order, then clears the array.

@@ -8,8 +8,7 @@ public:
     MoxColor() = default;
     MoxColor(double pRed, double pGreen, double pBlue, double pAlpha = 1.0)
         : mRed(pRed), mGreen(pGreen), mBlue(pBlue), mAlpha(pAlpha)
-    {
-    }
+    {}
     bool operator==(const MoxColor& pC) const
     {
         return mRed == pC.mRed && mGreen == pC.mGreen && mBlue == pC.mBlue && mAlpha == pC.mAlpha;
