@@ -30,10 +30,10 @@ public:
     // Appends one (index, weight) pair. A negative index is ignored. If memory runs out, both lists are
     // left as they were.
     void AddControlPointIndex(int pIndex, double pWeight);
-    int GetControlPointIndicesCount() const { return mControlPointIndices.GetCount(); }
+    int GetControlPointIndicesCount() const { return GetCount(); }
     // The index and weight lists, parallel; null when the cluster has no pair.
-    int* GetControlPointIndices() const { return mControlPointIndices.GetArray(); }
-    double* GetControlPointWeights() const { return mControlPointWeights.GetArray(); }
+    int* GetControlPointIndices() const { return GetCount() > 0 ? mControlPointIndices.GetArray() : nullptr; }
+    double* GetControlPointWeights() const { return GetCount() > 0 ? mControlPointWeights.GetArray() : nullptr; }
     // Sets both lists to pCount pairs; new pairs are (0, 0.0). A negative count empties them.
     void SetControlPointIWCount(int pCount);
 
@@ -70,6 +70,7 @@ protected:
     void OnReferenceDestroyed(MoxObject* pTarget) override;
 
 private:
+    int GetCount() const { return mControlPointIndices.GetCount(); }
     // Replaces the node held in pSlot, keeping the reference records in step.
     void ReplaceNode(MoxNode*& pSlot, MoxNode* pNode);
 

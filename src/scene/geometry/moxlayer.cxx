@@ -445,7 +445,7 @@ void MoxLayerElementUserData::FreeFields()
     mFields.Clear();
     mDataNames.Clear();
     mDataTypes.Clear();
-    mDirectArray->Clear();
+    if (mDirectArray) mDirectArray->Clear();  // null only in an element whose Create failed
 }
 
 //

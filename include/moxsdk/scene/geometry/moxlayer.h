@@ -326,11 +326,11 @@ public:
     }
 
     // The direct array. Reports when the reference mode uses no direct array, and returns it all the same.
-    MoxLayerElementArrayTemplate<T>& GetDirectArray() { return *CheckedDirectArray(); }
-    const MoxLayerElementArrayTemplate<T>& GetDirectArray() const { return *CheckedDirectArray(); }
+    MoxLayerElementArrayTemplate<T>& GetDirectArray() { return *CheckedDirectArray(__func__); }
+    const MoxLayerElementArrayTemplate<T>& GetDirectArray() const { return *CheckedDirectArray(__func__); }
     // The index array. Reports when the reference mode uses no index array, and returns it all the same.
-    MoxLayerElementArrayTemplate<int>& GetIndexArray() { return *CheckedIndexArray(); }
-    const MoxLayerElementArrayTemplate<int>& GetIndexArray() const { return *CheckedIndexArray(); }
+    MoxLayerElementArrayTemplate<int>& GetIndexArray() { return *CheckedIndexArray(__func__); }
+    const MoxLayerElementArrayTemplate<int>& GetIndexArray() const { return *CheckedIndexArray(__func__); }
 
     // eDirect -> eIndexToDirect with the identity index array 0 .. direct count - 1, so that entries can
     // later be removed from the index array alone. Other reference modes are left alone (true). False,
@@ -370,15 +370,18 @@ protected:
     }
 
 private:
-    MoxLayerElementArrayTemplate<T>* CheckedDirectArray() const
+    // The arrays, after the report that a reference mode without them deserves; pFunction names the caller.
+    MoxLayerElementArrayTemplate<T>* CheckedDirectArray(const char* pFunction) const
     {
-        MOX_ASSERT_MSG("scene/geometry/moxlayer", mReferenceMode == eDirect || mReferenceMode == eIndexToDirect,
+        if (mReferenceMode != eDirect && mReferenceMode != eIndexToDirect)
+            _MoxAssert("scene/geometry/moxlayer", pFunction, __LINE__,
                        "mReferenceMode == MoxLayerElement::eDirect || mReferenceMode == MoxLayerElement::eIndexToDirect");
         return mDirectArray;
     }
-    MoxLayerElementArrayTemplate<int>* CheckedIndexArray() const
+    MoxLayerElementArrayTemplate<int>* CheckedIndexArray(const char* pFunction) const
     {
-        MOX_ASSERT_MSG("scene/geometry/moxlayer", mReferenceMode == eIndex || mReferenceMode == eIndexToDirect,
+        if (mReferenceMode != eIndex && mReferenceMode != eIndexToDirect)
+            _MoxAssert("scene/geometry/moxlayer", pFunction, __LINE__,
                        "mReferenceMode == MoxLayerElement::eIndex || mReferenceMode == MoxLayerElement::eIndexToDirect");
         return mIndexArray;
     }
