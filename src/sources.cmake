@@ -1,8 +1,25 @@
 # The library's sources, relative to src/. One line per file, kept sorted.
 set(MOXSDK_SOURCES
+  core/base/moxpointerlist.cxx
   core/math/moxamatrix.cxx
   core/math/moxmath.cxx
   core/moxassert.cxx
   core/moxmemory.cxx
   core/moxstring.cxx
+  scene/geometry/moxgeometry.cxx
+  scene/geometry/moxgeometrybase.cxx
+  scene/geometry/moxlayer.cxx
+  scene/geometry/moxlayercontainer.cxx
+  scene/moxblendshape.cxx
+  scene/moxblendshapechannel.cxx
+  scene/moxcluster.cxx
+  scene/moxdeformer.cxx
+  scene/moxmanager.cxx
+  scene/moxnode.cxx
+  scene/moxnodeattribute.cxx
+  scene/moxobject.cxx
+  scene/moxshape.cxx
+  scene/moxskin.cxx
+  scene/moxsurfacematerial.cxx
+  scene/moxtexture.cxx
 )

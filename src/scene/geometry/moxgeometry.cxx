@@ -1,0 +1,73 @@
+#include "moxsdk/scene/geometry/moxgeometry.h"
+
+namespace moxsdk {
+
+namespace {
+
+// An abstract level of the hierarchy: its class record has no factory.
+constexpr MoxClassInfo sgClassInfo{"MoxGeometry", &MoxGeometryBase::ClassId, nullptr};
+
+}  // namespace
+
+const MoxClassId MoxGeometry::ClassId(&sgClassInfo);
+
+MoxGeometry::MoxGeometry(MoxManager& pManager, const char* pName) : MoxGeometryBase(pManager, pName) {}
+
+MoxClassId MoxGeometry::GetClassId() const
+{
+    return ClassId;
+}
+
+int MoxGeometry::AddDeformer(MoxDeformer* pDeformer)
+{
+    if (!pDeformer || mDeformers.Find(pDeformer) >= 0) return -1;
+    if (!ConnectReference(pDeformer)) return -1;
+    const int lIndex = mDeformers.Add(pDeformer);
+    if (lIndex < 0) DisconnectReference(pDeformer);
+    return lIndex;
+}
+
+MoxDeformer* MoxGeometry::RemoveDeformer(int pIndex)
+{
+    MoxDeformer* lDeformer = mDeformers.GetAt(pIndex);
+    if (!lDeformer) return nullptr;
+    mDeformers.RemoveAt(pIndex);
+    DisconnectReference(lDeformer);
+    return lDeformer;
+}
+
+int MoxGeometry::GetDeformerCount(MoxDeformer::EDeformerType pType) const
+{
+    int lCount = 0;
+    for (int i = 0; i < mDeformers.GetCount(); ++i)
+        if (mDeformers.GetAt(i)->GetDeformerType() == pType) ++lCount;
+    return lCount;
+}
+
+MoxDeformer* MoxGeometry::GetDeformer(int pIndex, MoxDeformer::EDeformerType pType) const
+{
+    if (pIndex < 0) return nullptr;
+    int lSeen = 0;
+    for (int i = 0; i < mDeformers.GetCount(); ++i) {
+        MoxDeformer* lDeformer = mDeformers.GetAt(i);
+        if (lDeformer->GetDeformerType() != pType) continue;
+        if (lSeen == pIndex) return lDeformer;
+        ++lSeen;
+    }
+    return nullptr;
+}
+
+void MoxGeometry::Destruct(bool pRecursive)
+{
+    // The reference records are undone by Destroy (or die with the manager).
+    mDeformers.Clear();
+    MoxGeometryBase::Destruct(pRecursive);
+}
+
+void MoxGeometry::OnReferenceDestroyed(MoxObject* pTarget)
+{
+    mDeformers.RemoveAll(pTarget);
+    MoxGeometryBase::OnReferenceDestroyed(pTarget);
+}
+
+}  // namespace moxsdk
