@@ -2,7 +2,9 @@
 // moxsdk: polygon-mesh geometry for 3D asset pipelines. Include this header for the whole library.
 
 #include "moxsdk/core/base/moxarray.h"
+#include "moxsdk/core/base/moxcontainerallocators.h"
 #include "moxsdk/core/base/moxpointerlist.h"
+#include "moxsdk/core/base/moxredblacktree.h"
 #include "moxsdk/core/math/moxamatrix.h"
 #include "moxsdk/core/math/moxcolor.h"
 #include "moxsdk/core/math/moxmath.h"
