@@ -19,6 +19,7 @@
 #include "moxsdk/scene/geometry/moxgeometrybase.h"
 #include "moxsdk/scene/geometry/moxlayer.h"
 #include "moxsdk/scene/geometry/moxlayercontainer.h"
+#include "moxsdk/scene/geometry/moxmesh.h"
 #include "moxsdk/scene/moxblendshape.h"
 #include "moxsdk/scene/moxblendshapechannel.h"
 #include "moxsdk/scene/moxcluster.h"

@@ -12,6 +12,7 @@ set(MOXSDK_SOURCES
   scene/geometry/moxgeometrybase.cxx
   scene/geometry/moxlayer.cxx
   scene/geometry/moxlayercontainer.cxx
+  scene/geometry/moxmesh.cxx
   scene/moxblendshape.cxx
   scene/moxblendshapechannel.cxx
   scene/moxcluster.cxx
