@@ -31,7 +31,10 @@ public:
     // Shape pIndex, or null outside the list.
     MoxShape* GetTargetShape(int pIndex) const;
     // The full-deform percents, parallel to the shapes; null when there is none.
-    double* GetTargetShapeFullWeights() const { return mFullWeights.GetCount() > 0 ? mFullWeights.GetArray() : nullptr; }
+    double* GetTargetShapeFullWeights() const
+    {
+        return mFullWeights.GetCount() > 0 ? mFullWeights.GetArray() : nullptr;
+    }
 
     void SetDeformPercent(double pPercent) { mDeformPercent = pPercent; }
     double GetDeformPercent() const { return mDeformPercent; }

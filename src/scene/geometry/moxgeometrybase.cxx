@@ -145,7 +145,8 @@ void MoxGeometryBase::SetControlPointNormalAt(const MoxVector4& pNormal, int pIn
             } else {
                 lTarget = -1;
             }
-            if (lTarget >= 0 && GrowTo(*lNormals->mIndexArray, pIndex + 1)) lNormals->mIndexArray->SetAt(pIndex, lTarget);
+            MoxLayerElementArrayTemplate<int>& lIndices = *lNormals->mIndexArray;
+            if (lTarget >= 0 && GrowTo(lIndices, pIndex + 1)) lIndices.SetAt(pIndex, lTarget);
             break;
         }
         case MoxLayerElement::eIndex: break;

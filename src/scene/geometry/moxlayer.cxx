@@ -143,7 +143,8 @@ void MoxLayerElementArray::SetCount(int pCount, EMoxMemoryClearMode pClearMode)
     if (pCount > mCount) {
         if (!Reserve(pCount)) return;
         // The storage past the count is kept zero, so both clear modes leave new values at zero.
-        if (pClearMode == eMoxMemoryClear) std::memset(Slot(mCount), 0, static_cast<size_t>(pCount - mCount) * mValueSize);
+        if (pClearMode == eMoxMemoryClear)
+            std::memset(Slot(mCount), 0, static_cast<size_t>(pCount - mCount) * mValueSize);
     } else if (pCount < mCount) {
         std::memset(Slot(pCount), 0, static_cast<size_t>(mCount - pCount) * mValueSize);
     }

@@ -278,7 +278,14 @@ public:
     static constexpr int TextureChannelCount = 17;
     static bool IsTextureChannel(int pType) { return pType >= eTextureChannel0 && pType <= eTextureChannel16; }
 
-    enum EMappingMode { eNone = 0, eByControlPoint = 1, eByPolygonVertex = 2, eByPolygon = 3, eByEdge = 4, eByMesh = 5 };
+    enum EMappingMode {
+        eNone = 0,
+        eByControlPoint = 1,
+        eByPolygonVertex = 2,
+        eByPolygon = 3,
+        eByEdge = 4,
+        eByMesh = 5
+    };
     enum EReferenceMode { eDirect = 0, eIndex = 1, eIndexToDirect = 2 };
 
     // The first virtual operation: empties the element (both arrays for the typed elements).
@@ -375,14 +382,16 @@ private:
     {
         if (mReferenceMode != eDirect && mReferenceMode != eIndexToDirect)
             _MoxAssert("scene/geometry/moxlayer", pFunction, __LINE__,
-                       "mReferenceMode == MoxLayerElement::eDirect || mReferenceMode == MoxLayerElement::eIndexToDirect");
+                       "mReferenceMode == MoxLayerElement::eDirect || "
+                       "mReferenceMode == MoxLayerElement::eIndexToDirect");
         return mDirectArray;
     }
     MoxLayerElementArrayTemplate<int>* CheckedIndexArray(const char* pFunction) const
     {
         if (mReferenceMode != eIndex && mReferenceMode != eIndexToDirect)
             _MoxAssert("scene/geometry/moxlayer", pFunction, __LINE__,
-                       "mReferenceMode == MoxLayerElement::eIndex || mReferenceMode == MoxLayerElement::eIndexToDirect");
+                       "mReferenceMode == MoxLayerElement::eIndex || "
+                       "mReferenceMode == MoxLayerElement::eIndexToDirect");
         return mIndexArray;
     }
 };
@@ -392,27 +401,77 @@ private:
 // New elements have mapping eNone and reference eDirect, except material and texture elements
 // (eByPolygon, eIndexToDirect) and UV elements (eByPolygonVertex, eIndexToDirect), which polygon
 // building fills as polygons are added.
-#define MOX_LAYER_ELEMENT_CLASS(pClass, pValueType)                                                                   \
-    class pClass : public MoxLayerElementTemplate<pValueType> {                                                       \
-    public:                                                                                                           \
-        static pClass* Create(MoxLayerContainer* pOwner, const char* pName);                                          \
-        explicit pClass(const char* pName);                                                                           \
-    }
+class MoxLayerElementNormal : public MoxLayerElementTemplate<MoxVector4> {
+public:
+    static MoxLayerElementNormal* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementNormal(const char* pName);
+};
 
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementNormal, MoxVector4);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementBinormal, MoxVector4);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementTangent, MoxVector4);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementMaterial, MoxSurfaceMaterial*);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementPolygonGroup, int);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementUV, MoxVector2);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementVertexColor, MoxColor);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementSmoothing, int);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementCrease, double);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementHole, bool);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementVisibility, bool);
-MOX_LAYER_ELEMENT_CLASS(MoxLayerElementTexture, MoxTexture*);
+class MoxLayerElementBinormal : public MoxLayerElementTemplate<MoxVector4> {
+public:
+    static MoxLayerElementBinormal* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementBinormal(const char* pName);
+};
 
-#undef MOX_LAYER_ELEMENT_CLASS
+class MoxLayerElementTangent : public MoxLayerElementTemplate<MoxVector4> {
+public:
+    static MoxLayerElementTangent* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementTangent(const char* pName);
+};
+
+class MoxLayerElementMaterial : public MoxLayerElementTemplate<MoxSurfaceMaterial*> {
+public:
+    static MoxLayerElementMaterial* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementMaterial(const char* pName);
+};
+
+class MoxLayerElementPolygonGroup : public MoxLayerElementTemplate<int> {
+public:
+    static MoxLayerElementPolygonGroup* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementPolygonGroup(const char* pName);
+};
+
+class MoxLayerElementUV : public MoxLayerElementTemplate<MoxVector2> {
+public:
+    static MoxLayerElementUV* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementUV(const char* pName);
+};
+
+class MoxLayerElementVertexColor : public MoxLayerElementTemplate<MoxColor> {
+public:
+    static MoxLayerElementVertexColor* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementVertexColor(const char* pName);
+};
+
+class MoxLayerElementSmoothing : public MoxLayerElementTemplate<int> {
+public:
+    static MoxLayerElementSmoothing* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementSmoothing(const char* pName);
+};
+
+class MoxLayerElementCrease : public MoxLayerElementTemplate<double> {
+public:
+    static MoxLayerElementCrease* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementCrease(const char* pName);
+};
+
+class MoxLayerElementHole : public MoxLayerElementTemplate<bool> {
+public:
+    static MoxLayerElementHole* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementHole(const char* pName);
+};
+
+class MoxLayerElementVisibility : public MoxLayerElementTemplate<bool> {
+public:
+    static MoxLayerElementVisibility* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementVisibility(const char* pName);
+};
+
+class MoxLayerElementTexture : public MoxLayerElementTemplate<MoxTexture*> {
+public:
+    static MoxLayerElementTexture* Create(MoxLayerContainer* pOwner, const char* pName);
+    explicit MoxLayerElementTexture(const char* pName);
+};
 
 //
 // MoxLayerElementUserData: user-defined fields. The direct array holds one entry per field, a pointer to
