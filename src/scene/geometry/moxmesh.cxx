@@ -1,5 +1,8 @@
 #include "moxsdk/scene/geometry/moxmesh.h"
 
+#include <algorithm>
+
+#include "detail/moxmeshlayers.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
@@ -38,21 +41,12 @@ void SizeAndSetLastIndex(ELEMENT* pElement, int pCount, int pValue)
     lIndices.SetAt(pCount - 1, pValue);
 }
 
-// Layer 0, created when the mesh has none.
-MoxLayer* GetOrCreateLayer0(MoxMesh& pMesh)
-{
-    MoxLayer* lLayer = pMesh.GetLayer(0);
-    return lLayer ? lLayer : pMesh.GetLayer(pMesh.CreateLayer());
-}
-
 // Layer 0's material element, created on the mesh's first polygon when a material is given.
 MoxLayerElementMaterial* GetMaterialsForNewPolygon(MoxMesh& pMesh, MoxLayer& pLayer, int pMaterial)
 {
     MoxLayerElementMaterial* lMaterials = pLayer.GetMaterials();
-    if (!lMaterials && pMesh.GetPolygonCount() == 1 && pMaterial != -1) {
-        lMaterials = MoxLayerElementMaterial::Create(&pMesh, "");
-        pLayer.SetMaterials(lMaterials);
-    }
+    if (!lMaterials && pMesh.GetPolygonCount() == 1 && pMaterial != -1)
+        lMaterials = detail::MoxInstallNewMaterials(pMesh, pLayer);
     return lMaterials;
 }
 
@@ -202,17 +196,15 @@ void MoxMesh::BeginPolygon(int pMaterial, int pTexture, int pGroup, bool pLegacy
 {
     mPolygons.Add(PolygonDef{mPolygonVertices.GetCount(), 0, pGroup});
     const int lCount = mPolygons.GetCount();
-    MoxLayer* lLayer = GetOrCreateLayer0(*this);
+    MoxLayer* lLayer = detail::MoxGetOrCreateLayer0(*this);
     if (!lLayer) return;
     MoxLayerElementMaterial* lMaterials = GetMaterialsForNewPolygon(*this, *lLayer, pMaterial);
     if (IsIndexedByPolygon(lMaterials)) GrowAndSetLastIndex(lMaterials, lCount, pMaterial);
 
     if (!pLegacy) return;
     MoxLayerElementTexture* lTextures = lLayer->GetTextures(MoxLayerElement::eTextureChannel0);
-    if (!lTextures && lCount == 1 && pTexture != -1) {
-        lTextures = MoxLayerElementTexture::Create(this, "");
-        lLayer->SetTextures(MoxLayerElement::eTextureChannel0, lTextures);
-    }
+    if (!lTextures && lCount == 1 && pTexture != -1)
+        lTextures = detail::MoxInstallNewTextures(*this, *lLayer, MoxLayerElement::eTextureChannel0);
     if (IsIndexedByPolygon(lTextures)) GrowAndSetLastIndex(lTextures, lCount, pTexture);
 }
 
@@ -222,7 +214,7 @@ void MoxMesh::BeginPolygonExt(int pMaterial, int* pTextures)
 {
     mPolygons.Add(PolygonDef{mPolygonVertices.GetCount(), 0, -1});
     const int lCount = mPolygons.GetCount();
-    MoxLayer* lLayer = GetOrCreateLayer0(*this);
+    MoxLayer* lLayer = detail::MoxGetOrCreateLayer0(*this);
     if (!lLayer) return;
     MoxLayerElementMaterial* lMaterials = GetMaterialsForNewPolygon(*this, *lLayer, pMaterial);
     if (IsIndexedByPolygon(lMaterials)) SizeAndSetLastIndex(lMaterials, lCount, pMaterial);
@@ -239,10 +231,8 @@ void MoxMesh::PolySetTexture(MoxLayer* pLayer, int pTextureIndex, MoxLayerElemen
     if (!pLayer) return;
     const int lCount = mPolygons.GetCount();
     MoxLayerElementTexture* lTextures = pLayer->GetTextures(pTextureType);
-    if (!lTextures && lCount == 1 && pTextureIndex != -1) {
-        lTextures = MoxLayerElementTexture::Create(this, "");
-        pLayer->SetTextures(MoxLayerElement::eTextureChannel0, lTextures);
-    }
+    if (!lTextures && lCount == 1 && pTextureIndex != -1)
+        lTextures = detail::MoxInstallNewTextures(*this, *pLayer, MoxLayerElement::eTextureChannel0);
     if (IsIndexedByPolygon(lTextures)) SizeAndSetLastIndex(lTextures, lCount, pTextureIndex);
 }
 
@@ -253,12 +243,9 @@ void MoxMesh::AddPolygon(int pIndex, int pTextureUVIndex)
 {
     mPolygonVertices.Add(pIndex);
     if (pTextureUVIndex != -1) {
-        MoxLayer* lLayer = GetOrCreateLayer0(*this);
-        MoxLayerElementUV* lUVs = lLayer ? lLayer->GetUVs(MoxLayerElement::eTextureChannel0) : nullptr;
-        if (lLayer && !lUVs) {
-            lUVs = MoxLayerElementUV::Create(this, "");
-            lLayer->SetUVs(lUVs, MoxLayerElement::eTextureChannel0);
-        }
+        MoxLayer* lLayer = detail::MoxGetOrCreateLayer0(*this);
+        MoxLayerElementUV* lUVs =
+            lLayer ? detail::MoxGetOrCreateUVSet(*this, *lLayer, MoxLayerElement::eTextureChannel0) : nullptr;
         if (lUVs && lUVs->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
             lUVs->GetReferenceMode() == MoxLayerElement::eIndexToDirect) {
             const int lCount = mPolygonVertices.GetCount();
@@ -300,11 +287,11 @@ int MoxMesh::GetPolygonGroup(int pPolygonIndex) const
     return mPolygons[pPolygonIndex].mGroup;
 }
 
+// Stops at the first polygon of another size.
 bool MoxMesh::IsTriangleMesh() const
 {
-    for (const PolygonDef& lPolygon : mPolygons)
-        if (lPolygon.mSize != 3) return false;
-    return true;
+    return std::all_of(mPolygons.begin(), mPolygons.end(),
+                       [](const PolygonDef& pPolygon) { return pPolygon.mSize == 3; });
 }
 
 int MoxMesh::GetIndex(int pPolygonVertex, int pCount) const

@@ -135,6 +135,11 @@ public:
 
     MoxMesh(MoxManager& pManager, const char* pName);
     ~MoxMesh() override;
+    // Objects are not values: Copy and Clone copy content between objects of a manager.
+    MoxMesh(const MoxMesh&) = delete;
+    MoxMesh& operator=(const MoxMesh&) = delete;
+    MoxMesh(MoxMesh&&) = delete;
+    MoxMesh& operator=(MoxMesh&&) = delete;
 
     MoxClassId GetClassId() const override;
     // Geometry (control points, layers), polygons, polygon vertices, edges and the subdivision settings
@@ -147,23 +152,47 @@ public:
     void ContentClear() override;
     EType GetAttributeType() const override;
 
-    // Back to the empty state: no polygons, edges, control points or layers; settings at defaults.
+    // Back to the empty state: no polygons, edges, control points or layers, the auxiliary arrays
+    // deleted, both edge caches marked not built (the edge-lookup array released), settings at their
+    // defaults; mAuxCount and mV2PVMap.mPVToEdge stay. The three mV2PVMap blocks that an unfinished
+    // edge-adding pass leaves behind are freed (and nulled), never dropped: a reset or a destruction
+    // does not leak them. All array memory is released.
     void Reset();
 
     // ---- Polygon building and queries ---------------------------------------------------------------
 
+    // Opens a polygon (group pGroup, -1 for none) at the end of the polygon vertices; layer 0 is created
+    // when missing. The material element of layer 0 is created on the mesh's first polygon when
+    // pMaterial is not -1; when it is eByPolygon and indexed (eIndex or eIndexToDirect) its index array is
+    // grown (never shrunk) to the polygon count and its last polygon's entry set to pMaterial. With
+    // pLegacy the same is done for the texture element of eTextureChannel0 with pTexture; without,
+    // textures are not touched.
     void BeginPolygon(int pMaterial = -1, int pTexture = -1, int pGroup = -1, bool pLegacy = true);
+    // As BeginPolygon with group -1, except that the material index array is set to exactly the polygon
+    // count (a longer one is truncated), and that pTextures, indexed by channel, gives one texture index
+    // per channel 14 .. 30 (PolySetTexture); a null pTextures records no texture.
     void BeginPolygonExt(int pMaterial, int* pTextures);
+    // Appends control point pIndex (not range-checked) to the open polygon. A pTextureUVIndex other than
+    // -1 creates layer 0 and its eTextureChannel0 UV set when missing (at any polygon), and is written at
+    // this polygon vertex when the set is eByPolygonVertex and eIndexToDirect (its index array is sized
+    // to the polygon vertex count first). Called before any Begin, the vertex is still appended and the
+    // polygon table reports "Index is out of range!".
     void AddPolygon(int pIndex, int pTextureUVIndex = -1);
+    // Nothing: a polygon is complete when the next one begins.
     void EndPolygon();
 
+    // Queries return -1 for a polygon index (or position) out of range, except GetPolygonGroup, which
+    // tests only the upper bound: a negative index goes to the polygon table, which reports "Index is
+    // out of range!" (and reads a zero-filled scratch polygon, so the result is 0).
     int GetPolygonCount() const { return mPolygons.GetCount(); }
     int GetPolygonSize(int pPolygonIndex) const;
     int GetPolygonVertex(int pPolygonIndex, int pPositionInPolygon) const;
     int GetPolygonVertexCount() const { return mPolygonVertices.GetCount(); }
+    // The polygon vertices (null when none); the caller may write through the pointer.
     int* GetPolygonVertices() const { return mPolygonVertices.GetArray(); }
     int GetPolygonVertexIndex(int pPolygonIndex) const;
     int GetPolygonGroup(int pPolygonIndex) const;
+    // True when every polygon has 3 vertices (true without polygons).
     bool IsTriangleMesh() const;
 
     // ---- Polygon removal and clean-up ---------------------------------------------------------------
@@ -173,44 +202,109 @@ public:
     int RemoveBadPolygons();
 
     // ---- UV, material and texture indices (layer 0) -------------------------------------------------
+    //
+    // The UV set and the texture element of a channel (eTextureChannel0 .. eTextureChannel16) and the
+    // material element, all on layer 0. The Init operations create layer 0 and the element when missing
+    // and choose the modes the rest of the mesh expects:
+    //   InitMaterialIndices: eByControlPoint -> eByControlPoint with one index per control point (with
+    //     no control points the mapping stays as it was and the index array stays empty); eByPolygon ->
+    //     one index per polygon; anything else -> eByMesh with one index. Always eIndexToDirect.
+    //   InitTextureIndices: eByPolygon -> one index per polygon; anything else (eByControlPoint too) ->
+    //     eByMesh with one index. Always eIndexToDirect.
+    //   InitTextureUVIndices: empties the UV set, then eByPolygonVertex -> eIndexToDirect; eByMesh and
+    //     eByControlPoint -> eDirect; anything else (eByPolygon, eByEdge too) -> eNone, eDirect. The index
+    //     array is left empty for SetTextureUVIndex or polygon building to fill.
+    // New index entries are 0. The read-only operations never create anything: a missing layer or
+    // element gives false, 0, -1 or no action. Nothing is reported by these operations themselves.
 
+    // The UV set of the channel (created when missing) with its direct array emptied and then sized to
+    // pCount zero UVs. Modes are not touched.
     void InitTextureUV(int pCount, MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0);
+    // Appends pUV to the UV set's direct array when layer 0 and the set exist; never creates anything.
     void AddTextureUV(MoxVector2 pUV, MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0);
+    // The UV set's direct array; *pUVs is null on false. False for a null pUVs.
     bool GetTextureUV(MoxLayerElementArrayTemplate<MoxVector2>** pUVs,
                       MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0) const;
+    // The count of the UV set's direct array, 0 without one.
     int GetTextureUVCount(MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0) const;
+    // The channels of layer pLayer that hold a UV set, in increasing order; empty for a missing layer.
     MoxArray<MoxLayerElement::EType> GetAllChannelUV(int pLayer);
+    // The number of layers holding at least one UV set, whatever the channel.
     int GetUVLayerCount() const;
     void InitMaterialIndices(MoxLayerElement::EMappingMode pMappingMode);
+    // The material element's index array; false (and *pIndexArray null) without the element or when it
+    // is eDirect. False for a null pIndexArray.
     bool GetMaterialIndices(MoxLayerElementArrayTemplate<int>** pIndexArray) const;
     void InitTextureIndices(MoxLayerElement::EMappingMode pMappingMode,
                             MoxLayerElement::EType pTextureType = MoxLayerElement::eTextureChannel0);
+    // The same on a given texture element (null does nothing).
     void InitTextureIndices(MoxLayerElementTexture* pLayerElementTexture, MoxLayerElement::EMappingMode pMappingMode);
     void InitTextureUVIndices(MoxLayerElement::EMappingMode pMappingMode,
                               MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0);
+    // As GetMaterialIndices, for the texture element of the channel.
     bool GetTextureIndices(MoxLayerElementArrayTemplate<int>** pTextureIndexArray,
                            MoxLayerElement::EType pTextureType = MoxLayerElement::eTextureChannel0) const;
+    // The UV index of one polygon vertex, when the UV set is eByPolygonVertex and eIndexToDirect; -1
+    // otherwise, for a polygon index at or past the count, a position at or past the polygon's size, or
+    // a polygon vertex outside the index array. A negative polygon index goes to the polygon table,
+    // which reports "Index is out of range!"; a negative position is not rejected as such (the corner
+    // mIndex + position is used), but a corner below 0 gives -1.
     int GetTextureUVIndex(int pPolygonIndex, int pPositionInPolygon,
                           MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0);
+    // Stores the UV index of one polygon vertex under the same conditions, first growing the index array
+    // to one entry per polygon vertex; a corner outside the index array is not written. Silent.
     void SetTextureUVIndex(int pPolygonIndex, int pPositionInPolygon, int pIndex,
                            MoxLayerElement::EType pTypeIdentifier = MoxLayerElement::eTextureChannel0);
 
     // ---- Per-polygon-vertex lookups -----------------------------------------------------------------
+    //
+    // The value an element gives corner pPositionInPolygon of polygon pPolygonIndex. The component is
+    // the polygon vertex (eByPolygonVertex), the polygon (eByPolygon) or the corner's control point
+    // (eByControlPoint), then, unless eDirect, the index array's entry for it. eByMesh, eByEdge and
+    // eNone are not supported. A polygon or position out of range fails silently; faults inside the
+    // element are reported from "scene/geometry/moxmesh": "index into mPolygonVertices out-of-range",
+    // "MappingMode not supported", "index into IndexArray out-of-range" (function
+    // GetPolygonVertexLayerElementIndex), "index into DirectArray out-of-range" (function
+    // GetPolygonVertexLayerElementValue). Instances exist for MoxVector2 and MoxVector4; pElement must
+    // not be null.
 
+    // The index into the direct array (-1 first; an index entry of -1 passes as an unmapped corner).
     template <class T>
     bool GetPolygonVertexLayerElementIndex(const MoxLayerElementTemplate<T>* pElement, int pPolygonIndex,
                                            int pPositionInPolygon, int& pIndex) const;
+    // The value; on false pValue is untouched. With pAllowUnmapped an index of exactly -1 succeeds with
+    // pValue untouched.
     template <class T>
     bool GetPolygonVertexLayerElementValue(const MoxLayerElementTemplate<T>* pElement, int pPolygonIndex,
                                            int pPositionInPolygon, T& pValue, bool pAllowUnmapped) const;
+    // Through normal element 0; false without one. An unmapped corner (index -1) is an error here.
     bool GetPolygonVertexNormal(int pPolyIndex, int pVertexIndex, MoxVector4& pNormal) const;
+    // One normal per corner, polygon after polygon; false and empty as soon as one corner fails.
     bool GetPolygonVertexNormals(MoxArray<MoxVector4>& pNormals) const;
+    // Through the UV set named pUVSetName (the first UV set for null); false without one. An unmapped
+    // corner succeeds with pUnmapped true and pUV untouched.
     bool GetPolygonVertexUV(int pPolyIndex, int pVertexIndex, const char* pUVSetName, MoxVector2& pUV,
                             bool& pUnmapped) const;
+    // One UV per corner, (0, 0) for unmapped corners, whose polygon-vertex positions are appended to
+    // pUnmappedUVId (cleared first) in increasing order; false and pUVs empty as soon as one corner fails.
     bool GetPolygonVertexUVs(const char* pUVSetName, MoxArray<MoxVector2>& pUVs,
                              MoxArray<int>* pUnmappedUVId = nullptr) const;
 
     // ---- Crease, hole and subdivision settings ------------------------------------------------------
+    //
+    // Creases and holes live in elements that the caller creates and sizes; these operations never
+    // create one. Each takes the element from the first layer that holds one of its kind and accepts it
+    // only in one shape: edge crease eByEdge / eDirect (indexed by edge), vertex crease eByControlPoint /
+    // eDirect (by control point), hole eByPolygon / eDirect (by polygon). Single values are range-tested
+    // against the mesh's own count (edges, control points, polygons), not against the element.
+    // Failures: false for setters and array getters, 0.0 / false for single-value getters; nothing is
+    // reported.
+    //
+    // Memory safety: a negative index is rejected (the getter gives 0.0 / false, the setter false), and a
+    // setter whose index is in range for the mesh but past the end of a shorter element writes nothing
+    // and returns false, so no index ever reaches outside the element's buffer. The array getters return
+    // false for a null output pointer. The array setters copy as many values as the element holds (not
+    // as the source holds); a shorter source reports through its own range check and supplies zeros.
 
     double GetEdgeCreaseInfo(int pEdgeIndex);
     bool GetEdgeCreaseInfoArray(MoxLayerElementArrayTemplate<double>** pCreaseArray);
@@ -228,6 +322,7 @@ public:
     ESmoothness GetMeshSmoothness() const { return mSmoothness; }
     void SetMeshSmoothness(ESmoothness pSmoothness) { mSmoothness = pSmoothness; }
     int GetMeshPreviewDivisionLevels() const { return mPreviewDivisionLevels; }
+    // Negative levels are stored as 0; there is no upper bound.
     void SetMeshPreviewDivisionLevels(int pPreviewDivisionLevels);
     int GetMeshRenderDivisionLevels() const { return mRenderDivisionLevels; }
     void SetMeshRenderDivisionLevels(int pRenderDivisionLevels);
@@ -320,8 +415,11 @@ protected:
     void Destruct(bool pRecursive) override;
 
     // The control point of polygon vertex pPolygonVertex when it is below pCount (compared unsigned),
-    // else pCount - 1.
+    // else pCount - 1: a negative entry and one at or past pCount both clamp to pCount - 1.
     int GetIndex(int pPolygonVertex, int pCount) const;
+    // The texture index of channel pTextureType for the newest polygon. An element created here (first
+    // polygon, index not -1) always lands on eTextureChannel0, whatever channel was asked for; an indexed
+    // eByPolygon element gets exactly one index per polygon, the last one pTextureIndex.
     void PolySetTexture(MoxLayer* pLayer, int pTextureIndex, MoxLayerElement::EType pTextureType);
     void RemoveUVIndex(MoxLayerElementUV* pLayerElementUV, int pPolygonIndex, int pStart);
     void RemoveTextureIndex(MoxLayerElementTexture* pLayerElementTexture, int pPolygonIndex, int pStart);
