@@ -44,11 +44,17 @@ MoxHungryAllocator::MoxHungryAllocator(size_t pRecordSize)
 
 MoxHungryAllocator::~MoxHungryAllocator()
 {
+    ReleaseAll();
+}
+
+void MoxHungryAllocator::ReleaseAll()
+{
     while (mData) {
         MemoryBlock* lNext = mData->mNextBlock;
         MoxDelete(mData);
         mData = lNext;
     }
+    mRecordPoolSize = 0;
 }
 
 void MoxHungryAllocator::Reserve(size_t pRecordCount)

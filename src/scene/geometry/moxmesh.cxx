@@ -143,7 +143,7 @@ void MoxMesh::FreeV2PVBlocks()
     mV2PVMap.mVertex2PV = nullptr;
     mV2PVMap.mVertex2PVOffset = nullptr;
     mV2PVMap.mVertex2PVCount = nullptr;
-    mV2PVMap.mEdgeSet.Clear();
+    mV2PVMap.mEdgeSet.ClearAndRelease();
 }
 
 void MoxMesh::ContentClear()

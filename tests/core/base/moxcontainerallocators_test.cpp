@@ -1,4 +1,5 @@
 #include "moxsdk/core/base/moxcontainerallocators.h"
+#include "moxsdk/core/base/moxredblacktree.h"
 
 #include <gtest/gtest.h>
 
@@ -339,6 +340,31 @@ TEST(MoxHungryAllocator, ImpossibleRequestsReturnNullWithoutLooping)
     lTracker.FailAll(true);
     EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
     EXPECT_EQ(lTracker.Live(), 0);
+}
+
+TEST(MoxHungryAllocator, ReleaseAllFreesEveryBlockAndStartsOver)
+{
+    moxtest::AllocationTracker lTracker;
+    MoxHungryAllocator lAllocator(16);
+    for (int i = 0; i < 20; ++i) ASSERT_NE(lAllocator.AllocateRecords(1), nullptr);
+    lAllocator.ReleaseAll();
+    EXPECT_EQ(lTracker.Live(), 0);
+    EXPECT_EQ(lAllocator.GetRecordPoolSize(), 0u);
+    EXPECT_EQ(lAllocator.GetBlocks(), nullptr);
+    ASSERT_NE(lAllocator.AllocateRecords(1), nullptr);
+    EXPECT_EQ(lAllocator.GetRecordPoolSize(), 2u);
+}
+
+TEST(MoxHungryAllocator, SetClearAndReleaseKeepsRepeatedCyclesFromGrowingThePool)
+{
+    moxtest::AllocationTracker lTracker;
+    moxsdk::MoxSet<int, moxsdk::MoxLessCompare<int>, MoxHungryAllocator> lSet;
+    for (int lCycle = 0; lCycle < 10; ++lCycle) {
+        for (int i = 0; i < 100; ++i) lSet.Insert(i);
+        lSet.ClearAndRelease();
+        EXPECT_EQ(lTracker.Live(), 0);
+    }
+    EXPECT_EQ(lSet.GetSize(), 0);
 }
 
 }  // namespace

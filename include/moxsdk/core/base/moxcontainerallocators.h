@@ -25,6 +25,8 @@ public:
     void* AllocateRecords(size_t pRecordCount = 1) const;
     // MoxFree(pRecord).
     static void FreeMemory(void* pRecord);
+    // Does nothing: every record went back to the heap with FreeMemory.
+    void ReleaseAll() {}
 
     size_t GetRecordSize() const { return mRecordSize; }
 
@@ -94,8 +96,11 @@ public:
     // A chunk of pRecordCount records from the newest block that can serve it, growing the pool as
     // described above when none can; nullptr when memory runs out. O(number of blocks).
     void* AllocateRecords(size_t pRecordCount = 1);
-    // Does nothing: records return to the heap only with the allocator.
+    // Does nothing: records return to the heap only with the allocator, or with ReleaseAll.
     void FreeMemory(void* /*pRecord*/) {}
+    // Frees every block, newest first, and empties the pool, as if the allocator were new. Only for a
+    // container that holds no record any more.
+    void ReleaseAll();
 
     size_t GetRecordSize() const { return mRecordSize; }
     // Records reserved so far over all blocks.

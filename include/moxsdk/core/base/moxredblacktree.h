@@ -242,6 +242,14 @@ public:
         mSize = 0;
     }
 
+    // Clear, then hands the allocator's pooled memory back to the heap (with MoxHungryAllocator, whose
+    // FreeMemory keeps everything, repeated fill-and-clear cycles would otherwise grow the pool).
+    void ClearAndRelease()
+    {
+        Clear();
+        mAllocator.ReleaseAll();
+    }
+
     // The first record in key order, nullptr when empty.
     RecordType* Minimum() { return mRoot ? AsRecord(mRoot->SubtreeMinimum()) : nullptr; }
     const RecordType* Minimum() const { return mRoot ? AsRecord(std::as_const(*mRoot).SubtreeMinimum()) : nullptr; }
