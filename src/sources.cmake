@@ -13,7 +13,10 @@ set(MOXSDK_SOURCES
   scene/geometry/moxlayer.cxx
   scene/geometry/moxlayercontainer.cxx
   scene/geometry/moxmesh.cxx
+  scene/geometry/moxmeshcpmap.cxx
+  scene/geometry/moxmeshcpmapadjacency.cxx
   scene/geometry/moxmeshlayers.cxx
+  scene/geometry/moxmeshremove.cxx
   scene/moxblendshape.cxx
   scene/moxblendshapechannel.cxx
   scene/moxcluster.cxx
