@@ -1,6 +1,8 @@
 #include "moxsdk/scene/geometry/moxmesh.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
 
 #include "detail/moxmeshlayers.h"
 #include "moxsdk/core/moxassert.h"
@@ -271,7 +273,9 @@ int MoxMesh::GetPolygonVertex(int pPolygonIndex, int pPositionInPolygon) const
     if (pPolygonIndex < 0 || pPolygonIndex >= mPolygons.GetCount()) return -1;
     const PolygonDef& lPolygon = mPolygons.GetArray()[pPolygonIndex];
     if (pPositionInPolygon < 0 || pPositionInPolygon >= lPolygon.mSize) return -1;
-    return mPolygonVertices[lPolygon.mIndex + pPositionInPolygon];
+    // 64-bit sum: a caller-written mIndex near INT_MAX must not overflow (the array reports the range).
+    const int64_t lPolygonVertex = int64_t(lPolygon.mIndex) + pPositionInPolygon;
+    return mPolygonVertices[lPolygonVertex > INT_MAX ? INT_MAX : static_cast<int>(lPolygonVertex)];
 }
 
 int MoxMesh::GetPolygonVertexIndex(int pPolygonIndex) const

@@ -17,8 +17,8 @@
 // The implementation is split by concern: moxmesh.cxx (lifecycle, polygon building and queries),
 // moxmeshlayers.cxx (UV, material, texture, per-polygon-vertex lookups, creases, holes, settings),
 // moxmeshremove.cxx (polygon removal and clean-up), moxmeshedges.cxx (edge table, editing, queries),
-// moxmeshadjacency.cxx (control-point and component maps), moxmeshnormals.cxx, moxmeshtangents.cxx,
-// moxmeshsplit.cxx (split and merge).
+// moxmeshcpmap.cxx and moxmeshcpmapadjacency.cxx (control-point maps), moxmeshadjacency.cxx (component
+// maps), moxmeshnormals.cxx, moxmeshtangents.cxx, moxmeshsplit.cxx (split and merge).
 
 #include "moxsdk/core/base/moxarray.h"
 #include "moxsdk/core/base/moxcontainerallocators.h"
