@@ -13,6 +13,9 @@ set(MOXSDK_SOURCES
   scene/geometry/moxlayer.cxx
   scene/geometry/moxlayercontainer.cxx
   scene/geometry/moxmesh.cxx
+  scene/geometry/moxmeshlayers_tmp.cxx
+  scene/geometry/moxmeshtangents.cxx
+  scene/geometry/moxtangentbasis.cxx
   scene/moxblendshape.cxx
   scene/moxblendshapechannel.cxx
   scene/moxcluster.cxx
