@@ -17,6 +17,8 @@ set(MOXSDK_SOURCES
   scene/geometry/moxmeshcpmapadjacency.cxx
   scene/geometry/moxmeshlayers.cxx
   scene/geometry/moxmeshremove.cxx
+  scene/geometry/moxmeshtangents.cxx
+  scene/geometry/moxtangentbasis.cxx
   scene/moxblendshape.cxx
   scene/moxblendshapechannel.cxx
   scene/moxcluster.cxx

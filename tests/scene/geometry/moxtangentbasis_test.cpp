@@ -1,0 +1,192 @@
+#include "scene/geometry/moxtangentbasis.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace moxsdk;
+
+namespace {
+
+struct Frames {
+    MoxVector4 mTangents[3];
+    MoxVector4 mBinormals[3];
+};
+
+Frames Compute(const MoxVector4 (&pPositions)[3], const MoxVector4 (&pNormals)[3], const MoxVector2 (&pUVs)[3])
+{
+    Frames lFrames;
+    ComputeTangentsForTriangle(lFrames.mTangents, lFrames.mBinormals, pPositions, pNormals, pUVs);
+    return lFrames;
+}
+
+void ExpectVector(const MoxVector4& pActual, double pX, double pY, double pZ, double pW)
+{
+    EXPECT_EQ(pActual[0], pX);
+    EXPECT_EQ(pActual[1], pY);
+    EXPECT_EQ(pActual[2], pZ);
+    EXPECT_EQ(pActual[3], pW);
+}
+
+const MoxVector4 sgRightTriangle[3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+const MoxVector4 sgUpNormals[3] = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
+
+TEST(MoxTangentBasis, UnitTriangleWithMatchingUVsGivesAxisFrame)
+{
+    const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
+    const Frames lFrames = Compute(sgRightTriangle, sgUpNormals, lUVs);
+    for (int k = 0; k < 3; ++k) {
+        ExpectVector(lFrames.mTangents[k], 1, 0, 0, 1);
+        // The binormal's w is the cross product's.
+        ExpectVector(lFrames.mBinormals[k], 0, 1, 0, 0);
+    }
+}
+
+TEST(MoxTangentBasis, MirroredUGivesLeftHandedFrameWithNegatedBinormal)
+{
+    const MoxVector2 lUVs[3] = {{0, 0}, {-1, 0}, {0, 1}};
+    const Frames lFrames = Compute(sgRightTriangle, sgUpNormals, lUVs);
+    for (int k = 0; k < 3; ++k) {
+        ExpectVector(lFrames.mTangents[k], -1, 0, 0, -1);
+        // N x T = (0, -1, 0), negated.
+        ExpectVector(lFrames.mBinormals[k], 0, 1, 0, 0);
+        EXPECT_TRUE(std::signbit(lFrames.mBinormals[k][0]));
+    }
+}
+
+TEST(MoxTangentBasis, TiltedCornerNormalsGiveOwnPerpendicularTangents)
+{
+    MoxVector4 lNormals[3] = {{0.3, 0, 1}, {-0.2, 0.1, 1}, {0, 0.4, 1}};
+    for (MoxVector4& lNormal : lNormals) lNormal.Normalize();
+    const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
+    const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
+    for (int k = 0; k < 3; ++k) {
+        // The shared raw tangent (1, 0, 0), less its part along this corner's normal, normalised.
+        MoxVector4 lExpected = MoxVector4(1, 0, 0, 0) - lNormals[k] * lNormals[k][0];
+        lExpected.Normalize();
+        EXPECT_DOUBLE_EQ(lFrames.mTangents[k][0], lExpected[0]);
+        EXPECT_DOUBLE_EQ(lFrames.mTangents[k][1], lExpected[1]);
+        EXPECT_DOUBLE_EQ(lFrames.mTangents[k][2], lExpected[2]);
+        EXPECT_EQ(lFrames.mTangents[k][3], 1.0);
+        EXPECT_NEAR(lFrames.mTangents[k].DotProduct(lNormals[k]), 0.0, 1e-15);
+        EXPECT_NEAR(lFrames.mTangents[k].Length(), 1.0, 1e-15);
+        EXPECT_NEAR(lFrames.mBinormals[k].DotProduct(lNormals[k]), 0.0, 1e-15);
+        EXPECT_NEAR(lFrames.mBinormals[k].DotProduct(lFrames.mTangents[k]), 0.0, 1e-15);
+    }
+    EXPECT_NE(lFrames.mTangents[0], lFrames.mTangents[1]);
+    EXPECT_NE(lFrames.mTangents[1], lFrames.mTangents[2]);
+    EXPECT_NE(lFrames.mTangents[0], lFrames.mTangents[2]);
+}
+
+// For the z axis the plane through (z, u, v) is (-1, 0, 1e7) / L: its u-v component is below 1e-06 after
+// normalisation, so it is taken as 1.0 and dz/du = -n[1] = -0.0, dz/dv = -n[2] = -1e7 / L (the true
+// derivatives are 0 and +1e7). That flips the handedness the vote sees: without the guard the frame would be
+// left-handed with binormal (0, 0, 1).
+TEST(MoxTangentBasis, VerticalPlaneAxisUsesNegatedPlaneComponents)
+{
+    const MoxVector4 lPositions[3] = {{0, 0, 0}, {0, 1, 1e7}, {1, 0, 0}};
+    const MoxVector4 lNormals[3] = {{0, 1, 0}, {0, 1, 0}, {0, 1, 0}};
+    const MoxVector2 lUVs[3] = {{0, 0}, {0, 1}, {1, 0}};
+    const Frames lFrames = Compute(lPositions, lNormals, lUVs);
+    for (int k = 0; k < 3; ++k) {
+        ExpectVector(lFrames.mTangents[k], 1, 0, 0, 1);
+        // -n[1] with n[1] = +0.0: the sign bit flipped, not 0.0 - n[1].
+        EXPECT_TRUE(std::signbit(lFrames.mTangents[k][2]));
+        ExpectVector(lFrames.mBinormals[k], 0, 0, -1, 0);
+    }
+}
+
+TEST(MoxTangentBasis, EqualUVsGiveZeroTangents)
+{
+    const MoxVector2 lUVs[3] = {{0.5, 0.5}, {0.5, 0.5}, {0.5, 0.5}};
+    const Frames lFrames = Compute(sgRightTriangle, sgUpNormals, lUVs);
+    for (int k = 0; k < 3; ++k) {
+        ExpectVector(lFrames.mTangents[k], 0, 0, 0, 1);
+        ExpectVector(lFrames.mBinormals[k], 0, 0, 0, 0);
+    }
+}
+
+TEST(MoxTangentBasis, TangentAlongTheNormalBecomesZero)
+{
+    // Collinear along z: dP/du = (0, 0, 1), which is the normal.
+    const MoxVector4 lPositions[3] = {{0, 0, 0}, {0, 0, 1}, {0, 0, 2}};
+    const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
+    const Frames lFrames = Compute(lPositions, sgUpNormals, lUVs);
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_EQ(lFrames.mTangents[k][0], 0.0);
+        EXPECT_EQ(lFrames.mTangents[k][1], 0.0);
+        EXPECT_EQ(lFrames.mTangents[k][2], 0.0);
+    }
+}
+
+TEST(MoxTangentBasis, ZeroHandednessSumCountsAsRightHanded)
+{
+    // Votes +1, -1 and 0.
+    const MoxVector4 lNormals[3] = {{0, 0, 1}, {0, 0, -1}, {0, 1, 0}};
+    const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
+    const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
+    for (int k = 0; k < 3; ++k) ExpectVector(lFrames.mTangents[k], 1, 0, 0, 1);
+    ExpectVector(lFrames.mBinormals[0], 0, 1, 0, 0);
+    ExpectVector(lFrames.mBinormals[1], 0, -1, 0, 0);
+    ExpectVector(lFrames.mBinormals[2], 0, 0, -1, 0);
+    EXPECT_FALSE(std::signbit(lFrames.mBinormals[2][0]));
+}
+
+TEST(MoxTangentBasis, NaNHandednessGivesMinusOneButKeepsBinormals)
+{
+    // dP/dv = (0, 1e5, 0); the votes of corners 0 and 1 overflow to +inf and -inf, and their sum is NaN.
+    const MoxVector4 lNormals[3] = {{0, 0, 1e305}, {0, 0, -1e305}, {0, 0, 1}};
+    const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1e-5}};
+    const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
+    for (int k = 0; k < 3; ++k) ExpectVector(lFrames.mTangents[k], 1, 0, 0, -1);
+    // Corner 2: N x T = (0, 1, 0), not negated. Corners 0 and 1: N x T, whose length overflows, normalised to
+    // zeros that keep the signs the cross product gave them.
+    ExpectVector(lFrames.mBinormals[2], 0, 1, 0, 0);
+    EXPECT_FALSE(std::signbit(lFrames.mBinormals[2][0]));
+    for (int k = 0; k < 2; ++k) {
+        MoxVector4 lAsMade = lNormals[k].CrossProduct(lFrames.mTangents[k]);
+        lAsMade.Normalize();
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(lFrames.mBinormals[k][i], 0.0);
+            EXPECT_EQ(std::signbit(lFrames.mBinormals[k][i]), std::signbit(lAsMade[i])) << k << " " << i;
+        }
+    }
+}
+
+TEST(MoxTangentBasis, HandednessFollowsUVOrientationOnRandomTriangles)
+{
+    unsigned lSeed = 12345;
+    auto lNext = [&lSeed]() {
+        lSeed = lSeed * 1103515245u + 12345u;
+        return double((lSeed >> 8) & 0xFFFF) / 65536.0 - 0.5;
+    };
+    for (int lCase = 0; lCase < 500; ++lCase) {
+        const MoxVector4 lPositions[3] = {
+            {lNext(), lNext(), lNext()}, {lNext(), lNext(), lNext()}, {lNext(), lNext(), lNext()}};
+        const MoxVector2 lUVs[3] = {{lNext(), lNext()}, {lNext(), lNext()}, {lNext(), lNext()}};
+        MoxVector4 lFace = (lPositions[1] - lPositions[0]).CrossProduct(lPositions[2] - lPositions[0]);
+        const double lUVArea = (lUVs[1][0] - lUVs[0][0]) * (lUVs[2][1] - lUVs[0][1]) -
+                               (lUVs[1][1] - lUVs[0][1]) * (lUVs[2][0] - lUVs[0][0]);
+        if (lFace.Length() < 1e-3 || std::fabs(lUVArea) < 1e-3) continue;
+        lFace.Normalize();
+        // dP/du and dP/dv of the triangle, solved from its two edges.
+        const MoxVector4 lEdge1 = lPositions[1] - lPositions[0];
+        const MoxVector4 lEdge2 = lPositions[2] - lPositions[0];
+        const MoxVector4 lAlongU =
+            (lEdge1 * (lUVs[2][1] - lUVs[0][1]) - lEdge2 * (lUVs[1][1] - lUVs[0][1])) * (1.0 / lUVArea);
+        const MoxVector4 lAlongV =
+            (lEdge2 * (lUVs[1][0] - lUVs[0][0]) - lEdge1 * (lUVs[2][0] - lUVs[0][0])) * (1.0 / lUVArea);
+        const MoxVector4 lNormals[3] = {lFace, lFace, lFace};
+        const Frames lFrames = Compute(lPositions, lNormals, lUVs);
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_EQ(lFrames.mTangents[k][3], lUVArea > 0 ? 1.0 : -1.0);
+            EXPECT_NEAR(lFrames.mTangents[k].Length(), 1.0, 1e-12);
+            EXPECT_NEAR(lFrames.mTangents[k].DotProduct(lFace), 0.0, 1e-12);
+            EXPECT_NEAR(lFrames.mBinormals[k].Length(), 1.0, 1e-12);
+            EXPECT_GT(lFrames.mTangents[k].DotProduct(lAlongU), 0.0);
+            EXPECT_GT(lFrames.mBinormals[k].DotProduct(lAlongV), 0.0);
+        }
+    }
+}
+
+}  // namespace
