@@ -16,6 +16,7 @@ set(MOXSDK_SOURCES
   scene/geometry/moxmeshcpmap.cxx
   scene/geometry/moxmeshcpmapadjacency.cxx
   scene/geometry/moxmeshlayers.cxx
+  scene/geometry/moxmeshnormals.cxx
   scene/geometry/moxmeshremove.cxx
   scene/geometry/moxmeshtangents.cxx
   scene/geometry/moxtangentbasis.cxx
