@@ -13,6 +13,8 @@ set(MOXSDK_SOURCES
   scene/geometry/moxlayer.cxx
   scene/geometry/moxlayercontainer.cxx
   scene/geometry/moxmesh.cxx
+  scene/geometry/moxmeshadjacency.cxx
+  scene/geometry/moxmeshedges.cxx
   scene/moxblendshape.cxx
   scene/moxblendshapechannel.cxx
   scene/moxcluster.cxx

@@ -329,6 +329,21 @@ protected:
     void FillMeshEdgeTable(MoxArray<int>& pTable, int* pCount, FillFunction FillFct);
     // Frees the three blocks of mV2PVMap and clears its edge set; mPVToEdge and mValid are untouched.
     void FreeV2PVBlocks();
+
+    // What mV2PVMap's blocks do not record, kept beside them by BeginAddMeshEdgeIndex and dropped by
+    // EndAddMeshEdgeIndex: the number of control points the blocks cover, and, for each control point of
+    // high valence, its corners sorted by neighbouring control point (layout in moxmeshedges.cxx).
+    int mV2PVControlPointCount = 0;
+    MoxArray<long long> mV2PVNeighbours;
+    // The number of {polygon, position} pairs of pControlPoint in mV2PVMap; 0 when the blocks are absent
+    // or do not cover it.
+    int GetV2PVCount(int pControlPoint) const;
+    // The first position at or after pFrom among pControlPoint's pairs in mV2PVMap whose corner may have
+    // pNeighbour as its previous or next control point; -1 past the last. For most control points that
+    // is simply pFrom; for one of high valence only the candidates are visited, so that walking a fan's
+    // apex for one neighbour costs O(log valence) instead of O(valence). Exact while the polygons are
+    // those the map was built from.
+    int NextV2PVCorner(int pControlPoint, int pNeighbour, int pFrom) const;
 };
 
 }  // namespace moxsdk
