@@ -271,9 +271,10 @@ void ForEachMappedCorner(const MoxMesh& pMesh, int pControlPointsCount, VISIT pV
 {
     const int lPolygonCount = pMesh.GetPolygonCount();
     for (int p = 0; p < lPolygonCount; ++p) {
-        const int lSize = pMesh.GetPolygonSize(p);
-        for (int i = 0; i < lSize; ++i) {
-            const int lVertex = pMesh.GetPolygonVertex(p, i);
+        // GetPolygonVertex(p, i), with the record read once.
+        const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons.GetArray()[p];
+        for (int i = 0; i < lPolygon.mSize; ++i) {
+            const int lVertex = MoxReadVertex(pMesh.mPolygonVertices, int64_t(lPolygon.mIndex) + i);
             if (lVertex < 0 || lVertex >= pControlPointsCount) {
                 _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "Vertex >= 0 && Vertex < lControlPointsCount");
                 continue;

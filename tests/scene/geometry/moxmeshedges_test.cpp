@@ -917,6 +917,29 @@ TEST(MoxMeshEdgeQueries, EdgeVerticesAreTheSameWithAndWithoutTheCache)
     }
 }
 
+// Where the closing-vertex table and the scan differ: an empty polygon names as its last vertex the one
+// before it, and overwrites that entry with the next polygon's first control point; a first control point
+// of -1 reads as "no closing vertex" and the table then gives the next polygon vertex.
+TEST(MoxMeshEdgeQueries, ClosingVertexTableDiffersOnEmptyPolygonsAndMinusOne)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    for (int lCase = 0; lCase < 2; ++lCase) {
+        if (lCase == 0) moxtest::BuildMesh(*lMesh, Points(6), {{0, 1, 2}, {}, {3, 4, 5}});
+        if (lCase == 1) moxtest::BuildMesh(*lMesh, Points(3), {{-1, 1, 2}, {2, 1, 0}});
+        lMesh->SetMeshEdgeCount(1);
+        lMesh->mEdgeArray[0] = 2;
+        int lStart = 0;
+        int lEnd = 0;
+        lMesh->GetMeshEdgeVertices(0, lStart, lEnd);
+        EXPECT_EQ(lEnd, lCase == 0 ? 0 : -1);
+        lMesh->BeginGetMeshEdgeVertices();
+        lMesh->GetMeshEdgeVertices(0, lStart, lEnd);
+        EXPECT_EQ(lEnd, lCase == 0 ? 3 : 2);
+        lMesh->EndGetMeshEdgeVertices();
+    }
+}
+
 // On meshes whose polygons have distinct corners, with the edge array of BuildMeshEdgeArray.
 TEST(MoxMeshEdgeQueries, EdgeIndexForPolygonIsTheSameWithAndWithoutTheCache)
 {
@@ -1203,6 +1226,61 @@ TEST(MoxMeshEdgeOracle, RemoveDuplicatedEdgesMatchesRemovalOneByOne)
             }
         }
     }
+}
+
+// Every edge operation on meshes whose records, edges and control points were corrupted by hand, inside
+// and outside the Begin/End pairs: the results are whatever the reads give, but nothing reads or writes
+// outside an allocation (checked by the sanitizer build) and nothing leaks.
+TEST(MoxMeshEdgeSafety, OperationsStaySafeOnCorruptedMeshes)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    MoxMesh::ComponentMap lMaps[2];
+    moxtest::ReportCapture lCapture;
+    for (unsigned int lSeed = 0; lSeed < 300; ++lSeed) {
+        MakeOracleMesh(*lMesh, lSeed);
+        std::mt19937 lRandom(lSeed);
+        auto lDraw = [&lRandom](int pLow, int pHigh) {
+            return std::uniform_int_distribution<int>(pLow, pHigh)(lRandom);
+        };
+        lMesh->BuildMeshEdgeArray();
+        if (lSeed % 2) lMesh->BeginGetMeshEdgeIndexForPolygon();
+        if (lSeed % 3) lMesh->BeginGetMeshEdgeVertices();
+        for (int k = 0; k < 3 && lMesh->GetPolygonCount() > 0; ++k) {
+            MoxMesh::PolygonDef& lPolygon = lMesh->mPolygons[lDraw(0, lMesh->GetPolygonCount() - 1)];
+            lPolygon.mIndex += lDraw(-6, 6);
+            lPolygon.mSize += lDraw(-4, 4);
+        }
+        for (int k = 0; k < 3 && lMesh->GetMeshEdgeCount() > 0; ++k)
+            lMesh->mEdgeArray[lDraw(0, lMesh->GetMeshEdgeCount() - 1)] = lDraw(-5, lMesh->GetPolygonVertexCount() + 5);
+        if (lSeed % 5 == 0) lMesh->SetControlPointCount(lMesh->GetControlPointsCount() + lDraw(-3, 3));
+        const int n = lMesh->GetControlPointsCount();
+        for (int k = 0; k < 20; ++k) {
+            bool lReversed = false;
+            int lStart = 0;
+            int lEnd = 0;
+            lMesh->GetMeshEdgeIndex(lDraw(-1, n), lDraw(-1, n), lReversed, lDraw(-2, lMesh->GetMeshEdgeCount() + 1));
+            lMesh->GetMeshEdgeVertices(lDraw(-1, lMesh->GetMeshEdgeCount()), lStart, lEnd);
+            lMesh->GetMeshEdgeIndexForPolygon(lDraw(-1, lMesh->GetPolygonCount()), lDraw(-1, 6));
+            lMesh->FindPolygonIndex(lDraw(-1, lMesh->GetMeshEdgeCount()));
+            lMesh->SetMeshEdgeIndex(lDraw(-1, lMesh->GetMeshEdgeCount()), lDraw(-1, n), lDraw(-1, n), lDraw(0, 1) == 1);
+            lMesh->SetMeshEdgeIndex(lDraw(-1, lMesh->GetMeshEdgeCount()), lDraw(-1, lMesh->GetPolygonCount()),
+                                    lDraw(-1, 6));
+            lMesh->AddMeshEdgeIndex(lDraw(-1, n), lDraw(-1, n), lDraw(0, 1) == 1);
+            lMesh->AddMeshEdgeIndexForPolygon(lDraw(-1, lMesh->GetPolygonCount()), lDraw(-1, 6));
+        }
+        lMesh->ComputeComponentMaps(lMaps[0], lMaps[1]);
+        lMesh->BeginGetMeshEdgeIndexForPolygon();
+        lMesh->EndGetMeshEdgeIndexForPolygon();
+        MoxArray<int> lList;
+        for (int e = 0; e < lMesh->GetMeshEdgeCount(); e += 1 + lDraw(0, 4))
+            lList.Add(lSeed % 7 == 0 ? lDraw(-2, e) : e);
+        lMesh->RemoveDuplicatedEdges(lList);
+        lMesh->BuildMeshEdgeArray();
+        lMesh->EndGetMeshEdgeVertices();
+        lCapture.Clear();
+    }
+    lMesh->Reset();
 }
 
 }  // namespace
