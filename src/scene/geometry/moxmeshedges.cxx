@@ -321,10 +321,37 @@ MoxPair<int, int> EdgeSetEdge(uint64_t pKey)
                              static_cast<int>(static_cast<uint32_t>(pKey >> 32) ^ 0x80000000u));
 }
 
+// Writes pKeys (edge-set keys of edges whose smaller control point is below pControlPointsCount) to
+// pSorted in the set's order, in linear time: a counting sort by larger control point for those below
+// pControlPointsCount, each group (one control point's edges: short, except at a fan's apex) then put in
+// order by smaller control point, and the rest after them. False without memory for the counts.
+bool SortEdgeKeys(const uint64_t* pKeys, int pCount, int pControlPointsCount, uint64_t* pSorted)
+{
+    MoxScratch<int> lStarts(int64_t(pControlPointsCount) + 1);
+    if (!lStarts.Get()) return false;
+    std::fill(lStarts.Get(), lStarts.Get() + pControlPointsCount + 1, 0);
+    const auto lGroup = [pControlPointsCount](uint64_t pKey) {
+        const int lLarger = EdgeSetEdge(pKey).mSecond;
+        return lLarger >= 0 && lLarger < pControlPointsCount ? lLarger : pControlPointsCount;
+    };
+    for (int k = 0; k < pCount; ++k) ++lStarts[lGroup(pKeys[k])];
+    int lTotal = 0;
+    for (int c = 0; c <= pControlPointsCount; ++c) {
+        const int lSize = lStarts[c];
+        lStarts[c] = lTotal;
+        lTotal += lSize;
+    }
+    for (int k = 0; k < pCount; ++k) pSorted[lStarts[lGroup(pKeys[k])]++] = pKeys[k];
+    // Each lStarts[c] is now where group c ends; the keys of a group differ only by smaller control point.
+    for (int c = 0, lBegin = 0; c <= pControlPointsCount; lBegin = lStarts[c++])
+        if (lStarts[c] - lBegin > 1) std::sort(pSorted + lBegin, pSorted + lStarts[c]);
+    return true;
+}
+
 // Enters every existing edge into the map's edge set as (smaller, larger) control point, skipping edges
 // with a negative end and reporting those whose start is not a control point. The keys are sorted first
-// and the tree is built from them in one pass (MoxSet::BuildSorted), in O(n) instead of one O(log n)
-// descent per edge; without memory for the keys they are inserted one by one.
+// (SortEdgeKeys) and the tree is built from them in one pass (MoxSet::BuildSorted), in O(n) instead of
+// one O(log n) descent per edge; without memory for the keys they are inserted one by one.
 void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
 {
     pMesh.BeginGetMeshEdgeVertices();
@@ -349,9 +376,13 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
             lEdgeSet.Insert(lEdge);
         }
     }
-    std::sort(lKeys.Get(), lKeys.Get() + lKeyCount);
-    const int lEdgeSetCount = static_cast<int>(std::unique(lKeys.Get(), lKeys.Get() + lKeyCount) - lKeys.Get());
-    const auto lEdgeAt = [&lKeys](int pIndex) { return EdgeSetEdge(lKeys[pIndex]); };
+    MoxScratch<uint64_t> lSorted(lKeyCount);
+    uint64_t* lOrder = lSorted.Get() && SortEdgeKeys(lKeys.Get(), lKeyCount, pControlPointsCount, lSorted.Get())
+                           ? lSorted.Get()
+                           : lKeys.Get();
+    if (lOrder == lKeys.Get()) std::sort(lKeys.Get(), lKeys.Get() + lKeyCount);
+    const int lEdgeSetCount = static_cast<int>(std::unique(lOrder, lOrder + lKeyCount) - lOrder);
+    const auto lEdgeAt = [lOrder](int pIndex) { return EdgeSetEdge(lOrder[pIndex]); };
     if (!lEdgeSet.BuildSorted(lEdgeSetCount, lEdgeAt))
         for (int k = 0; k < lEdgeSetCount; ++k) lEdgeSet.Insert(lEdgeAt(k));
     pMesh.EndGetMeshEdgeVertices();
