@@ -699,6 +699,24 @@ TEST(MoxRedBlackTreeBuildSorted, ThrowingCopyDestroysTheRecordsMadeSoFar)
     EXPECT_EQ(lTracker.Live(), 0);
 }
 
+TEST(MoxRedBlackTree, ClearOfPlainRecordsInAHungryPoolDropsThemAtOnce)
+{
+    static_assert(moxsdk::detail::MoxFreesNothing<MoxHungryAllocator>::value, "the pool takes nothing back");
+    static_assert(!moxsdk::detail::MoxFreesNothing<MoxBaseAllocator>::value, "the heap takes records back");
+    moxtest::AllocationTracker lTracker;
+    {
+        MoxSet<int, moxsdk::MoxLessCompare<int>, MoxHungryAllocator> lSet;
+        for (int i = 0; i < 1000; ++i) lSet.Insert((i * 7919) % 1000);
+        lSet.Clear();
+        EXPECT_EQ(lSet.GetSize(), 0);
+        EXPECT_EQ(lSet.GetRoot(), nullptr);
+        EXPECT_TRUE(lSet.IsValid());
+        for (int i = 0; i < 10; ++i) lSet.Insert(i);
+        EXPECT_EQ(InOrder(lSet), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    }
+    EXPECT_EQ(lTracker.Live(), 0);
+}
+
 // Broken trees, built by hand from records the test owns.
 typedef TreeAccess<IntSet> Access;
 

@@ -107,6 +107,15 @@ private:
     void RotateDown(MoxRedBlackNode* pNode, bool pToTheLeft);
 };
 
+namespace detail {
+// True for an allocator that declares kFreeMemoryDoesNothing true.
+template <class ALLOCATOR, class = void>
+struct MoxFreesNothing : std::false_type {};
+template <class ALLOCATOR>
+struct MoxFreesNothing<ALLOCATOR, std::void_t<decltype(ALLOCATOR::kFreeMemoryDoesNothing)>>
+    : std::integral_constant<bool, ALLOCATOR::kFreeMemoryDoesNothing> {};
+}  // namespace detail
+
 // In-order iteration over the records of a tree: RECORD is the tree's RecordType, or const RecordType
 // for read-only traversal. The end is a null record.
 template <class RECORD>
@@ -229,10 +238,12 @@ public:
         return true;
     }
 
-    // Destroys and frees every record, children before their parent.
+    // Destroys and frees every record, children before their parent. Records that need no destruction,
+    // from an allocator whose FreeMemory does nothing (kFreeMemoryDoesNothing), are dropped in O(1).
     void Clear()
     {
-        if (mRoot) {
+        if (mRoot &&
+            !(std::is_trivially_destructible<RecordType>::value && detail::MoxFreesNothing<ALLOCATOR>::value)) {
             RecordType* lRoot = AsRecord(mRoot);
             DestroySubtree(lRoot->GetLeftChild());
             DestroySubtree(lRoot->GetRightChild());
