@@ -19,7 +19,8 @@
 //   polygons as they were at BeginAddMeshEdgeIndex; it is not used once the polygon or polygon-vertex
 //   count has changed.
 // - RemoveDuplicatedEdges compacts each array once for a list in increasing order, and reproduces what
-//   the one-by-one removals leave in mEdgeArray's reserved slots.
+//   the one-by-one removals leave in mEdgeArray's reserved slots. Any other list (repeats, disorder,
+//   negative entries, or the edge array itself) is removed one by one, as it asks: O(list x edges).
 // GetMeshEdgeIndex stays a scan of the edges (O(edges) per call), and so do the duplicate checks that
 // call it; GetMeshEdgeVertices without its cache scans the polygons.
 //
@@ -33,6 +34,11 @@
 // - The map walks treat a control point outside the map (negative, or added after Begin) as having no
 //   corners, and the scan of the five-argument SetMeshEdgeIndex finds nothing on a mesh without polygons.
 // - A polygon record is read once per query, so an out-of-range polygon index is reported once.
+// - On polygon records that run past mPolygonVertices (user writes), the walk reports each out-of-range
+//   read once per side, where the plain walk also reports the reads of its comparisons; the edges are
+//   the same.
+// - GetMeshEdgeIndexForPolygon with its cache answers from the corner walk alone, -1 when it finds
+//   nothing; it falls back to GetMeshEdgeIndex only when the cache is not built.
 
 #include <algorithm>
 #include <climits>

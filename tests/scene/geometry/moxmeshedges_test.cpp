@@ -808,6 +808,21 @@ TEST(MoxMeshEdgeQueries, RemoveDuplicatedEdgesRefusesWithoutChange)
     EXPECT_EQ(Values(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 3}));
 }
 
+// The edge array given as its own list changes under the removals, which follow it one by one.
+TEST(MoxMeshEdgeQueries, EdgeArrayAsItsOwnListIsFollowedOneByOne)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::MakeTwoTriangles(*lMesh);
+    lMesh->BuildMeshEdgeArray();
+    lMesh->mEdgeArray[4] = 4;  // edges at polygon vertices 0, 1, 2, 4, 4
+    moxtest::ReportCapture lCapture;
+    EXPECT_EQ(lMesh->RemoveDuplicatedEdges(lMesh->mEdgeArray), 5);
+    // Entry 4 (value 4) removes the last edge; entry 3 (4) is then past the count, which RemoveAt answers by
+    // dropping the last value; entries 2, 1 and 0 remove the rest.
+    EXPECT_EQ(lMesh->GetMeshEdgeCount(), 0);
+}
+
 // Every element kind and mode that RemoveDuplicatedEdges names, and those it leaves alone.
 TEST(MoxMeshEdgeQueries, RemoveDuplicatedEdgesTouchesOnlyEdgeMappedDirectAndIndexArrays)
 {
