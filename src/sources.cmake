@@ -13,8 +13,10 @@ set(MOXSDK_SOURCES
   scene/geometry/moxlayer.cxx
   scene/geometry/moxlayercontainer.cxx
   scene/geometry/moxmesh.cxx
+  scene/geometry/moxmeshadjacency.cxx
   scene/geometry/moxmeshcpmap.cxx
   scene/geometry/moxmeshcpmapadjacency.cxx
+  scene/geometry/moxmeshedges.cxx
   scene/geometry/moxmeshlayers.cxx
   scene/geometry/moxmeshnormals.cxx
   scene/geometry/moxmeshremove.cxx

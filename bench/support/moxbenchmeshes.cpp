@@ -136,4 +136,25 @@ MeshData MixedMesh(int pPolygonCount, unsigned int pSeed)
     return lMesh;
 }
 
+MeshData Fan(int pTriangleCount)
+{
+    MeshData lMesh;
+    const int lRimCount = pTriangleCount + 1;
+    lMesh.mPositions = {0.0, 0.0, 0.0};
+    lMesh.mUVs = {0.5, 0.5};
+    for (int i = 0; i < lRimCount; ++i) {
+        const double lAngle = 2.0 * kPi * i / lRimCount;
+        lMesh.mPositions.insert(lMesh.mPositions.end(), {std::cos(lAngle), std::sin(lAngle), 0.0});
+        lMesh.mUVs.insert(lMesh.mUVs.end(), {0.5 + 0.5 * std::cos(lAngle), 0.5 + 0.5 * std::sin(lAngle)});
+    }
+    for (int i = 0; i < pTriangleCount; ++i) {
+        lMesh.mPolygonSizes.push_back(3);
+        for (int lPoint : {0, i + 2, i + 1}) {
+            lMesh.mPolygonVertices.push_back(lPoint);
+            lMesh.mUVIndices.push_back(lPoint);
+        }
+    }
+    return lMesh;
+}
+
 }  // namespace moxbench

@@ -41,4 +41,10 @@ MeshData Torus(int pTriangleCount, ETorusPolygons pPolygons);
 // torus layout.
 MeshData MixedMesh(int pPolygonCount, unsigned int pSeed = 1);
 
+// An open fan of pTriangleCount triangles around control point 0 (the apex) on a flat disc: rim point
+// i (1 .. pTriangleCount + 1) at angle 2 pi (i - 1) / (pTriangleCount + 1), triangle i is (0, i + 2, i + 1).
+// Every spoke is first met as a side leaving the apex, so the apex starts pTriangleCount edges: the
+// worst case for per-control-point walks. UV i is the point's (x, y) mapped into [0, 1].
+MeshData Fan(int pTriangleCount);
+
 }  // namespace moxbench

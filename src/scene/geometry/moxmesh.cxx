@@ -145,6 +145,7 @@ void MoxMesh::FreeV2PVBlocks()
     mV2PVMap.mVertex2PV = nullptr;
     mV2PVMap.mVertex2PVOffset = nullptr;
     mV2PVMap.mVertex2PVCount = nullptr;
+    mV2PVControlPointCount = 0;
     mV2PVMap.mEdgeSet.ClearAndRelease();
 }
 

@@ -417,23 +417,16 @@ void MarkSoftEdgeCorners(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, Mox
     }
 }
 
-bool AnyMappedByEdge(const MoxMesh& pMesh)
-{
-    for (int s = 0; s < pMesh.GetElementSmoothingCount(); ++s)
-        if (pMesh.GetElementSmoothing(s)->GetMappingMode() == MoxLayerElement::eByEdge) return true;
-    return false;
-}
-
 // Runs every smoothing element's gather into pTargets: corners take the counter-clockwise, area-weighted
 // average normal of their control point (whatever winding the faceted normals use). Reports carry
 // pFunction.
 void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pFunction)
 {
     pTargets.Start(pMesh);
-    if (AnyMappedByEdge(pMesh)) {
-        pMesh.BeginGetMeshEdgeIndexForPolygon();
-        pMesh.BeginGetMeshEdgeVertices();
-    }
+    // Both lookups are opened whatever the elements' mappings: opening them has effects of its own (its
+    // reports, and the end of a caller's open edge-adding pass), which smoothing by polygon keeps too.
+    pMesh.BeginGetMeshEdgeIndexForPolygon();
+    pMesh.BeginGetMeshEdgeVertices();
     MoxArray<int> lStamp;
     for (int s = 0; s < pMesh.GetElementSmoothingCount(); ++s) {
         MoxLayerElementSmoothing* lElement = pMesh.GetElementSmoothing(s);

@@ -606,6 +606,117 @@ TEST(MoxRedBlackTreeFailure, ThrowingCopyGivesTheMemoryBackAndLeavesTheTree)
     EXPECT_EQ(lTracker.Live(), 0);
 }
 
+TEST(MoxRedBlackTreeBuildSorted, BuildsAValidTreeOfEverySize)
+{
+    for (int n = 0; n <= 300; ++n) {
+        IntSet lSet;
+        moxtest::AllocationTracker lTracker;
+        ASSERT_TRUE(lSet.BuildSorted(n, [](int pIndex) { return 3 * pIndex; }));
+        ASSERT_EQ(lTracker.Requests(), n);
+        ASSERT_EQ(lSet.GetSize(), n);
+        ASSERT_TRUE(lSet.IsValid()) << n;
+        ASSERT_TRUE(ColoursHold(lSet)) << n;
+        std::vector<int> lExpected;
+        for (int i = 0; i < n; ++i) lExpected.push_back(3 * i);
+        ASSERT_EQ(InOrder(lSet), lExpected);
+        // The tree goes on as any other: insertions and removals keep it valid.
+        lSet.Insert(1);
+        lSet.Remove(0);
+        lSet.Remove(3 * (n / 2));
+        ASSERT_TRUE(lSet.IsValid()) << n;
+    }
+}
+
+TEST(MoxRedBlackTreeBuildSorted, RecordsAreMadeInKeyOrderAndTheDeepestLevelIsRed)
+{
+    MoxSet<int, moxsdk::MoxLessCompare<int>, MoxHungryAllocator> lSet;
+    lSet.Reserve(8);
+    ASSERT_TRUE(lSet.BuildSorted(6, [](int pIndex) { return pIndex; }));
+    // Middle values: 3 at the root, 1 and 5 below, 0, 2 and 4 at the deepest level (red).
+    const auto* lRoot = lSet.GetRoot();
+    EXPECT_EQ(lRoot->GetValue(), 3);
+    EXPECT_EQ(lRoot->mColor, 1u);
+    EXPECT_EQ(lRoot->GetLeftChild()->GetValue(), 1);
+    EXPECT_EQ(lRoot->GetLeftChild()->mColor, 1u);
+    EXPECT_EQ(lRoot->GetRightChild()->GetValue(), 5);
+    EXPECT_EQ(lRoot->GetLeftChild()->GetLeftChild()->mColor, 0u);
+    EXPECT_EQ(lRoot->GetRightChild()->GetLeftChild()->GetValue(), 4);
+    EXPECT_EQ(lRoot->GetRightChild()->GetRightChild(), nullptr);
+    const auto* lPrevious = &*lSet.begin();
+    for (const auto& lRecord : lSet) {
+        EXPECT_GE(&lRecord, lPrevious);
+        lPrevious = &lRecord;
+    }
+}
+
+TEST(MoxRedBlackTreeBuildSorted, RefusesANonEmptyTreeOrANegativeCount)
+{
+    IntSet lSet;
+    EXPECT_FALSE(lSet.BuildSorted(-1, [](int pIndex) { return pIndex; }));
+    lSet.Insert(7);
+    EXPECT_FALSE(lSet.BuildSorted(3, [](int pIndex) { return pIndex; }));
+    EXPECT_EQ(InOrder(lSet), std::vector<int>{7});
+}
+
+TEST(MoxRedBlackTreeBuildSorted, WithoutMemoryTheTreeStaysEmpty)
+{
+    Counted::Reset();
+    for (int lFail = 1; lFail <= 20; ++lFail) {
+        moxtest::AllocationTracker lTracker;
+        {
+            MoxSet<Counted, CountedCompare> lSet;
+            lTracker.FailAt(lFail);
+            EXPECT_FALSE(lSet.BuildSorted(20, [](int pIndex) { return Counted(pIndex); }));
+            EXPECT_EQ(lSet.GetSize(), 0);
+            EXPECT_EQ(lSet.GetRoot(), nullptr);
+            EXPECT_EQ(Counted::sLive, 0);
+            EXPECT_EQ(lTracker.Live(), 0);
+            EXPECT_TRUE(lSet.BuildSorted(4, [](int pIndex) { return Counted(pIndex); }));
+            EXPECT_TRUE(lSet.IsValid());
+        }
+        EXPECT_EQ(Counted::sLive, 0);
+        EXPECT_EQ(Counted::sBadDestructions, 0);
+        EXPECT_EQ(lTracker.Live(), 0);
+    }
+}
+
+TEST(MoxRedBlackTreeBuildSorted, ThrowingCopyDestroysTheRecordsMadeSoFar)
+{
+    moxtest::AllocationTracker lTracker;
+    {
+        moxsdk::MoxRedBlackTree<MoxSetValue<Fragile>, FragileCompare, MoxBaseAllocator> lTree;
+        int lCopies = 0;
+        const auto lDataAt = [&lCopies](int pIndex) {
+            Fragile::sThrow = ++lCopies == 9;
+            return MoxSetValue<Fragile>(Fragile(pIndex));
+        };
+        EXPECT_THROW(lTree.BuildSorted(12, lDataAt), std::runtime_error);
+        Fragile::sThrow = false;
+        EXPECT_EQ(lTracker.Live(), 0);
+        EXPECT_EQ(lTree.GetSize(), 0);
+        EXPECT_EQ(lTree.GetRoot(), nullptr);
+    }
+    EXPECT_EQ(lTracker.Live(), 0);
+}
+
+TEST(MoxRedBlackTree, ClearOfPlainRecordsInAHungryPoolDropsThemAtOnce)
+{
+    static_assert(moxsdk::detail::MoxFreesNothing<MoxHungryAllocator>::value, "the pool takes nothing back");
+    static_assert(!moxsdk::detail::MoxFreesNothing<MoxBaseAllocator>::value, "the heap takes records back");
+    moxtest::AllocationTracker lTracker;
+    {
+        MoxSet<int, moxsdk::MoxLessCompare<int>, MoxHungryAllocator> lSet;
+        for (int i = 0; i < 1000; ++i) lSet.Insert((i * 7919) % 1000);
+        lSet.Clear();
+        EXPECT_EQ(lSet.GetSize(), 0);
+        EXPECT_EQ(lSet.GetRoot(), nullptr);
+        EXPECT_TRUE(lSet.IsValid());
+        for (int i = 0; i < 10; ++i) lSet.Insert(i);
+        EXPECT_EQ(InOrder(lSet), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    }
+    EXPECT_EQ(lTracker.Live(), 0);
+}
+
 // Broken trees, built by hand from records the test owns.
 typedef TreeAccess<IntSet> Access;
 

@@ -52,6 +52,10 @@ private:
 // then returns nullptr. A record size of 0 has nothing to hand out: AllocateRecords returns nullptr.
 class MoxHungryAllocator {
 public:
+    // FreeMemory does nothing, so a container may drop records that need no destruction without handing
+    // each one back.
+    static constexpr bool kFreeMemoryDoesNothing = true;
+
     // One block of the pool. The list of blocks runs from the newest to the oldest.
     class MemoryBlock {
     public:

@@ -107,6 +107,15 @@ private:
     void RotateDown(MoxRedBlackNode* pNode, bool pToTheLeft);
 };
 
+namespace detail {
+// True for an allocator that declares kFreeMemoryDoesNothing true.
+template <class ALLOCATOR, class = void>
+struct MoxFreesNothing : std::false_type {};
+template <class ALLOCATOR>
+struct MoxFreesNothing<ALLOCATOR, std::void_t<decltype(ALLOCATOR::kFreeMemoryDoesNothing)>>
+    : std::integral_constant<bool, ALLOCATOR::kFreeMemoryDoesNothing> {};
+}  // namespace detail
+
 // In-order iteration over the records of a tree: RECORD is the tree's RecordType, or const RecordType
 // for read-only traversal. The end is a null record.
 template <class RECORD>
@@ -229,10 +238,12 @@ public:
         return true;
     }
 
-    // Destroys and frees every record, children before their parent.
+    // Destroys and frees every record, children before their parent. Records that need no destruction,
+    // from an allocator whose FreeMemory does nothing (kFreeMemoryDoesNothing), are dropped in O(1).
     void Clear()
     {
-        if (mRoot) {
+        if (mRoot &&
+            !(std::is_trivially_destructible<RecordType>::value && detail::MoxFreesNothing<ALLOCATOR>::value)) {
             RecordType* lRoot = AsRecord(mRoot);
             DestroySubtree(lRoot->GetLeftChild());
             DestroySubtree(lRoot->GetRightChild());
@@ -261,6 +272,30 @@ public:
     void Reserve(int pRecordCount)
     {
         if (pRecordCount >= 0) mAllocator.Reserve(static_cast<size_t>(pRecordCount));
+    }
+
+    // Fills an empty tree with pCount values whose keys strictly increase, pDataAt(i) giving value i, in
+    // O(n) and without comparing keys: each subtree's root is the middle value of its range, so all null
+    // children lie at two consecutive depths; the records at the greatest depth (below the root) are red
+    // and all others black, which keeps every rule IsValid checks. Records are allocated one at a time
+    // (AllocateRecords(1)) in key order, as inserting the values in order would. False, with the tree
+    // unchanged, when the tree is not empty or pCount is negative; false, with the tree empty again,
+    // when a record cannot be had. The keys are not checked.
+    template <class DATA_AT>
+    bool BuildSorted(int pCount, const DATA_AT& pDataAt)
+    {
+        if (mRoot || pCount < 0) return false;
+        int lDeepest = 0;
+        while ((int64_t(2) << lDeepest) <= pCount) ++lDeepest;
+        bool lOk = true;
+        mRoot = BuildRange(0, pCount, 0, lDeepest, pDataAt, lOk);
+        if (!lOk) {
+            Clear();
+            return false;
+        }
+        if (mRoot) mRoot->mParent = nullptr;
+        mSize = pCount;
+        return true;
     }
 
     RecordType* GetRoot() { return AsRecord(mRoot); }
@@ -323,6 +358,45 @@ protected:
     {
         pRecord->~RecordType();
         mAllocator.FreeMemory(pRecord);
+    }
+
+    // The subtree of the values [pBegin, pEnd) at depth pDepth, for BuildSorted: left subtree, middle
+    // record, right subtree, so that records are made in key order. Without memory pOk becomes false and
+    // the records made so far stay linked under the returned root (BuildSorted then clears them); when a
+    // copy throws, they are destroyed before the exception passes on. Recursion depth is O(log n).
+    template <class DATA_AT>
+    RecordType* BuildRange(int pBegin, int pEnd, int pDepth, int pDeepest, const DATA_AT& pDataAt, bool& pOk)
+    {
+        if (pBegin >= pEnd || !pOk) return nullptr;
+        const int lMiddle = pBegin + (pEnd - pBegin) / 2;
+        RecordType* lLeft = BuildRange(pBegin, lMiddle, pDepth + 1, pDeepest, pDataAt, pOk);
+        if (!pOk) return lLeft;
+        RecordType* lNode = nullptr;
+        try {
+            const DATA lData(pDataAt(lMiddle));
+            void* lBuffer = mAllocator.AllocateRecords(1);
+            if (!lBuffer) {
+                pOk = false;
+                return lLeft;
+            }
+            lNode = ConstructRecord(lBuffer, lData);
+        } catch (...) {
+            DestroySubtree(lLeft);
+            throw;
+        }
+        lNode->mColor = pDepth == pDeepest && pDepth > 0 ? MoxRedBlackNode::eRed : MoxRedBlackNode::eBlack;
+        lNode->mLeftChild = lLeft;
+        if (lLeft) lLeft->mParent = lNode;
+        RecordType* lRight = nullptr;
+        try {
+            lRight = BuildRange(lMiddle + 1, pEnd, pDepth + 1, pDeepest, pDataAt, pOk);
+        } catch (...) {
+            DestroySubtree(lNode);
+            throw;
+        }
+        lNode->mRightChild = lRight;
+        if (lRight) lRight->mParent = lNode;
+        return lNode;
     }
 
     // Recursion depth is the tree's height, O(log n).
@@ -407,6 +481,13 @@ public:
 
     // As MoxRedBlackTree::Insert.
     MoxPair<RecordType*, bool> Insert(const VALUE& pValue) { return Base::Insert(MoxSetValue<VALUE>(pValue)); }
+
+    // As MoxRedBlackTree::BuildSorted, pValueAt(i) giving element i.
+    template <class VALUE_AT>
+    bool BuildSorted(int pCount, const VALUE_AT& pValueAt)
+    {
+        return Base::BuildSorted(pCount, [&pValueAt](int pIndex) { return MoxSetValue<VALUE>(pValueAt(pIndex)); });
+    }
 };
 
 // An ordered map of unique keys to values; records hold a KeyValuePair.

@@ -97,7 +97,10 @@ public:
             mOffsets.Clear();
         }
         int GetCount() const { return mOffsets.GetCount() > 0 ? mOffsets.GetCount() - 1 : 0; }
+        // The length of source pSource's list, read from the offsets as they are (0 when negative); 0
+        // outside the sources.
         int GetCount(int pSource) const;
+        // Entry pIndex of source pSource's list; -1 outside the sources, the list or the data.
         int GetValue(int pSource, int pIndex) const;
 
         MoxArray<int> mData;
@@ -358,31 +361,69 @@ public:
     // ---- Edges --------------------------------------------------------------------------------------
 
     int GetMeshEdgeCount() const { return mEdgeArray.GetCount(); }
+    // Resizes mEdgeArray (exact reallocation); new entries name no side until SetMeshEdgeIndex sets them.
     void SetMeshEdgeCount(int pEdgeCount);
+    // One entry per unordered pair of control points joined by a polygon side: the first such side in
+    // (polygon, position) order, in that order; a side from a control point to itself is an edge too.
+    // O(polygon vertices).
     void BuildMeshEdgeArray();
+    // The polygon holding edge pEdgeIndex's polygon vertex (binary search over mPolygons); -1 for an edge
+    // outside the array or a vertex outside every polygon.
     int FindPolygonIndex(int pEdgeIndex);
+    // -1, 0 or 1 as the key record's mIndex lies before, inside or after polygon record pB's range.
     static int PolygonIndexCompare(const void* pA, const void* pB);
 
+    // Builds mV2PVMap (the polygon vertices of each control point, and the set of existing edges); does
+    // nothing when built. A failed allocation is reported with the block's name and leaves it unbuilt,
+    // with nothing leaked. O(polygon vertices + edges).
     void BeginAddMeshEdgeIndex();
+    // Frees mV2PVMap (its edge set's record pool included) and mPVToEdge; harmless when not built.
     void EndAddMeshEdgeIndex();
+    // Appends an edge for the side joining the two control points; -1 (nothing added) when the check
+    // finds the edge or when no side joins them. The check scans the edges (O(edges)).
     int AddMeshEdgeIndex(int pStartVertexIndex, int pEndVertexIndex, bool pCheckForDuplicates);
+    // Entry pEdgeIndex names the first side (polygon order) joining the two control points, as that
+    // polygon winds it. pEdgeIndex on success, -1 for bad arguments (reported as "false") or no such
+    // side, -2 for a known edge when checking. With mV2PVMap built: O(corners of the start control point)
+    // (O(log) for one of high valence); without: a scan of every polygon vertex.
     int SetMeshEdgeIndex(int pEdgeIndex, int pStartVertexIndex, int pEndVertexIndex, bool pCheckForDuplicates,
                          int pExistedEdgeCount = -1);
+    // Entry pEdgeIndex names the side at pPositionInPolygon of pPolygonIndex; false for bad arguments or
+    // when an edge joins the side's control points already (O(edges)).
     bool SetMeshEdgeIndex(int pEdgeIndex, int pPolygonIndex, int pPositionInPolygon);
+    // AddMeshEdgeIndex with the check, for a polygon side. The polygon index equal to the polygon count
+    // passes the range test (the polygon array reports the read).
     int AddMeshEdgeIndexForPolygon(int pPolygonIndex, int pPositionInPolygon);
 
+    // The first of edges 0 .. limit - 1 (limit pExistedEdgeCount, or the edge count for -1) joining the
+    // two control points, pReversed telling whether it runs from end to start; -1 when none, for control
+    // points outside the mesh or a limit above the edge count. O(edges).
     int GetMeshEdgeIndex(int pStartVertexIndex, int pEndVertexIndex, bool& pReversed, int pExistedEdgeCount = -1);
+    // The control points an edge joins; -1 for both outside the edges or the polygon vertices. O(1) with
+    // BeginGetMeshEdgeVertices, else a scan of the polygons.
     void GetMeshEdgeVertices(int pEdgeIndex, int& pStartVertexIndex, int& pEndVertexIndex) const;
     void BeginGetMeshEdgeVertices();
     void EndGetMeshEdgeVertices();
+    // Builds mV2PVMap and records in mPVToEdge each edge start's position in mEdgeArray (meaningful for
+    // an edge array made by BuildMeshEdgeArray). O(polygon vertices + edges).
     void BeginGetMeshEdgeIndexForPolygon();
     void EndGetMeshEdgeIndexForPolygon();
+    // The edge of the side at pPositionInPolygon of pPolygonIndex; -1 when none or for bad arguments.
+    // With the cache, from the corners of the side's start control point (see moxmeshedges.cxx for where
+    // that differs from GetMeshEdgeIndex), else GetMeshEdgeIndex.
     int GetMeshEdgeIndexForPolygon(int pPolygonIndex, int pPositionInPolygon);
+    // Removes the listed edges (an increasing list) from mEdgeArray and from layer 0's edge-mapped
+    // smoothing, user data, visibility and edge crease; the list's count, or -1 (nothing changed) when its
+    // last entry is not an edge or layer 0 is missing; 0 for an empty list. O(edges) for an increasing list.
     int RemoveDuplicatedEdges(MoxArray<int>& pEdgeIndexList);
 
     // ---- Adjacency ----------------------------------------------------------------------------------
 
     void ComputeControlPointToVerticesMap(ControlPointToVerticesMap& pMap);
+    // For every edge the polygons containing it, for every polygon its edges (both maps cleared first).
+    // Builds mV2PVMap when needed and ends it in every case, also when the caller had built it. An edge
+    // whose polygon vertex or start is out of range is reported and skipped, as is a directed pair met on
+    // an earlier edge; a skipped edge's end offset stays 0. O(polygon vertices + edges).
     void ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& pPolygonToEdges);
 
     // ---- Split and merge ----------------------------------------------------------------------------
@@ -427,6 +468,21 @@ protected:
     void FillMeshEdgeTable(MoxArray<int>& pTable, int* pCount, FillFunction FillFct);
     // Frees the three blocks of mV2PVMap and clears its edge set; mPVToEdge and mValid are untouched.
     void FreeV2PVBlocks();
+
+    // What mV2PVMap's blocks do not record, kept beside them by BeginAddMeshEdgeIndex and dropped by
+    // EndAddMeshEdgeIndex: the number of control points the blocks cover, and, for each control point of
+    // high valence, its corners sorted by neighbouring control point (layout in moxmeshedges.cxx).
+    int mV2PVControlPointCount = 0;
+    MoxArray<long long> mV2PVNeighbours;
+    // The number of {polygon, position} pairs of pControlPoint in mV2PVMap; 0 when the blocks are absent
+    // or do not cover it.
+    int GetV2PVCount(int pControlPoint) const;
+    // The first position at or after pFrom among pControlPoint's pairs in mV2PVMap whose corner may have
+    // pNeighbour as its previous or next control point; -1 past the last. For most control points that
+    // is simply pFrom; for one of high valence only the candidates are visited, so that walking a fan's
+    // apex for one neighbour costs O(log valence) instead of O(valence). Exact while the polygons are
+    // those the map was built from.
+    int NextV2PVCorner(int pControlPoint, int pNeighbour, int pFrom) const;
 };
 
 }  // namespace moxsdk

@@ -1,0 +1,330 @@
+// The adjacency maps of MoxMesh: ComputeComponentMaps on named meshes (closed, open, non-manifold, a
+// fan), against incidence counted by brute force and against the plain per-edge corner walk.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "moxsdk/scene/geometry/moxmesh.h"
+#include "scene/geometry/oracle/moxmeshedgesoracle.h"
+#include "support/moxtestmeshes.h"
+#include "support/moxtestsupport.h"
+
+using namespace moxsdk;
+
+namespace {
+
+const char* const kFile = "scene/geometry/moxmesh";
+
+std::vector<int> Values(const MoxArray<int>& pArray)
+{
+    return std::vector<int>(pArray.begin(), pArray.end());
+}
+
+std::vector<int> List(const MoxMesh::ComponentMap& pMap, int pSource)
+{
+    std::vector<int> lList;
+    for (int i = 0; i < pMap.GetCount(pSource); ++i) lList.push_back(pMap.GetValue(pSource, i));
+    return lList;
+}
+
+std::vector<moxtest::Point> Points(int pCount)
+{
+    std::vector<moxtest::Point> lPoints;
+    for (int i = 0; i < pCount; ++i) lPoints.push_back({double(i), double(i % 5), 0.0});
+    return lPoints;
+}
+
+// A grid of pColumns x pRows quads over (pColumns + 1) x (pRows + 1) points; with pClosed the grid wraps in
+// both directions (a torus of pColumns x pRows points).
+void MakeGrid(MoxMesh& pMesh, int pColumns, int pRows, bool pClosed)
+{
+    const int lWidth = pClosed ? pColumns : pColumns + 1;
+    const int lHeight = pClosed ? pRows : pRows + 1;
+    auto lPoint = [&](int pI, int pJ) { return (pJ % lHeight) * lWidth + pI % lWidth; };
+    std::vector<std::vector<int>> lQuads;
+    for (int j = 0; j < pRows; ++j)
+        for (int i = 0; i < pColumns; ++i)
+            lQuads.push_back({lPoint(i, j), lPoint(i + 1, j), lPoint(i + 1, j + 1), lPoint(i, j + 1)});
+    moxtest::BuildMesh(pMesh, Points(lWidth * lHeight), lQuads);
+}
+
+// Brute force, for meshes whose polygons have distinct corners: the polygons having a side that joins the
+// edge's two control points, and for each polygon the edges joining two consecutive corners.
+void ExpectBruteForceIncidence(MoxMesh& pMesh, const MoxMesh::ComponentMap& pEdgeToPolygons,
+                               const MoxMesh::ComponentMap& pPolygonToEdges)
+{
+    const int lEdgeCount = pMesh.GetMeshEdgeCount();
+    std::vector<std::vector<int>> lPolygonsOf(static_cast<size_t>(lEdgeCount));
+    std::vector<std::vector<int>> lEdgesOf(static_cast<size_t>(pMesh.GetPolygonCount()));
+    for (int e = 0; e < lEdgeCount; ++e) {
+        int u = -1;
+        int w = -1;
+        pMesh.GetMeshEdgeVertices(e, u, w);
+        for (int q = 0; q < pMesh.GetPolygonCount(); ++q) {
+            const int n = pMesh.GetPolygonSize(q);
+            for (int i = 0; i < n; ++i) {
+                const int a = pMesh.GetPolygonVertex(q, i);
+                const int b = pMesh.GetPolygonVertex(q, (i + 1) % n);
+                if ((a == u && b == w) || (a == w && b == u)) {
+                    lPolygonsOf[static_cast<size_t>(e)].push_back(q);
+                    lEdgesOf[static_cast<size_t>(q)].push_back(e);
+                    break;
+                }
+            }
+        }
+    }
+    ASSERT_EQ(pEdgeToPolygons.GetCount(), lEdgeCount);
+    ASSERT_EQ(pPolygonToEdges.GetCount(), pMesh.GetPolygonCount());
+    for (int e = 0; e < lEdgeCount; ++e) EXPECT_EQ(List(pEdgeToPolygons, e), lPolygonsOf[static_cast<size_t>(e)]) << e;
+    for (int q = 0; q < pMesh.GetPolygonCount(); ++q)
+        EXPECT_EQ(List(pPolygonToEdges, q), lEdgesOf[static_cast<size_t>(q)]) << q;
+}
+
+TEST(MoxMeshComponentMaps, ClosedCubeHasTwoPolygonsPerEdgeAndFourEdgesPerPolygon)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::MakeCube(*lMesh);
+    lMesh->BuildMeshEdgeArray();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    moxtest::ReportCapture lCapture;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    EXPECT_EQ(lCapture.Count(), 0u);
+    ASSERT_EQ(lMesh->GetMeshEdgeCount(), 12);
+    for (int e = 0; e < 12; ++e) EXPECT_EQ(lEdgeToPolygons.GetCount(e), 2);
+    for (int q = 0; q < 6; ++q) EXPECT_EQ(lPolygonToEdges.GetCount(q), 4);
+    EXPECT_EQ(lEdgeToPolygons.mData.GetCount(), 36);
+    EXPECT_EQ(lEdgeToPolygons.mOffsets.GetCount(), 13);
+    EXPECT_EQ(lPolygonToEdges.mData.GetCount(), 24);
+    EXPECT_EQ(Values(lPolygonToEdges.mOffsets), (std::vector<int>{0, 4, 8, 12, 16, 20, 24}));
+    ExpectBruteForceIncidence(*lMesh, lEdgeToPolygons, lPolygonToEdges);
+}
+
+TEST(MoxMeshComponentMaps, SingleTriangle)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::BuildMesh(*lMesh, Points(3), {{0, 1, 2}});
+    lMesh->BuildMeshEdgeArray();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    EXPECT_EQ(Values(lEdgeToPolygons.mOffsets), (std::vector<int>{0, 1, 2, 3}));
+    EXPECT_EQ(std::vector<int>(lEdgeToPolygons.mData.begin(), lEdgeToPolygons.mData.begin() + 3),
+              (std::vector<int>{0, 0, 0}));
+    EXPECT_EQ(Values(lPolygonToEdges.mOffsets), (std::vector<int>{0, 3}));
+    EXPECT_EQ(Values(lPolygonToEdges.mData), (std::vector<int>{0, 1, 2}));
+}
+
+TEST(MoxMeshComponentMaps, OutOfRangeEdgeIsReportedAndContributesNothing)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::BuildMesh(*lMesh, Points(3), {{0, 1, 2}});
+    lMesh->BuildMeshEdgeArray();
+    lMesh->mEdgeArray.Add(7);
+    lMesh->mEdgeArray.Add(1);
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    moxtest::ReportCapture lCapture;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "ComputeComponentMaps",
+                                 "mEdgeArray[i] >= 0 && mEdgeArray[i] < mPolygonVertices.GetCount()"));
+    // Edge 3 is skipped, and so is edge 4 (the directed pair 1-2 of edge 1): their end offsets stay 0.
+    EXPECT_EQ(Values(lEdgeToPolygons.mOffsets), (std::vector<int>{0, 1, 2, 3, 0, 0}));
+    EXPECT_EQ(lEdgeToPolygons.mData.GetCount(), 15);
+    EXPECT_EQ(Values(lPolygonToEdges.mData), (std::vector<int>{0, 1, 2}));
+    // Read as they are, those offsets give counts of 0.
+    EXPECT_EQ(lEdgeToPolygons.GetCount(3), 0);
+    EXPECT_EQ(lEdgeToPolygons.GetCount(4), 0);
+}
+
+TEST(MoxMeshComponentMaps, StartOutsideTheControlPointsIsReported)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::BuildMesh(*lMesh, Points(3), {{0, 1, 5}});
+    lMesh->BuildMeshEdgeArray();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    moxtest::ReportCapture lCapture;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    // The first three come from building the map; the last is the skipped edge 5-0.
+    EXPECT_EQ(lCapture.Messages(),
+              (std::vector<std::string>{"Vertex >= 0 && Vertex < lControlPointsCount",
+                                        "Vertex >= 0 && Vertex < lControlPointsCount",
+                                        "lStartVertexIndex < lControlPointsCount", "lV1 < lControlPointCount"}));
+    EXPECT_EQ(lCapture.Reports()[3].mFunction, "ComputeComponentMaps");
+    EXPECT_EQ(Values(lEdgeToPolygons.mOffsets), (std::vector<int>{0, 1, 2, 0}));
+    EXPECT_EQ(Values(lPolygonToEdges.mData), (std::vector<int>{0, 1, 0}));
+}
+
+TEST(MoxMeshComponentMaps, ComputingTwiceGivesTheSameMaps)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    MakeGrid(*lMesh, 3, 2, false);
+    lMesh->BuildMeshEdgeArray();
+    MoxMesh::ComponentMap lMaps[4];
+    lMesh->ComputeComponentMaps(lMaps[0], lMaps[1]);
+    lMaps[2].mData.Add(99);
+    lMaps[3].mOffsets.Add(99);
+    lMesh->ComputeComponentMaps(lMaps[2], lMaps[3]);
+    EXPECT_EQ(Values(lMaps[0].mOffsets), Values(lMaps[2].mOffsets));
+    EXPECT_EQ(Values(lMaps[0].mData), Values(lMaps[2].mData));
+    EXPECT_EQ(Values(lMaps[1].mOffsets), Values(lMaps[3].mOffsets));
+    EXPECT_EQ(Values(lMaps[1].mData), Values(lMaps[3].mData));
+    lMesh->ComputeComponentMaps(lMaps[0], lMaps[1]);
+    EXPECT_EQ(Values(lMaps[0].mData), Values(lMaps[2].mData));
+    EXPECT_EQ(Values(lMaps[1].mData), Values(lMaps[3].mData));
+}
+
+TEST(MoxMeshComponentMaps, EndsTheCallersEdgeAddingPass)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::MakeQuad(*lMesh);
+    lMesh->BuildMeshEdgeArray();
+    lMesh->BeginAddMeshEdgeIndex();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    EXPECT_FALSE(lMesh->mV2PVMap.mValid);
+    EXPECT_EQ(lMesh->mV2PVMap.mVertex2PV, nullptr);
+    EXPECT_EQ(Values(lPolygonToEdges.mData), (std::vector<int>{0, 1, 2, 3}));
+    // Without a pass of its own the operation builds and ends one.
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    EXPECT_FALSE(lMesh->mV2PVMap.mValid);
+}
+
+TEST(MoxMeshComponentMaps, ClosedOpenAndNonManifoldMeshesMatchBruteForce)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    for (int lCase = 0; lCase < 4; ++lCase) {
+        if (lCase == 0) MakeGrid(*lMesh, 5, 4, true);
+        if (lCase == 1) MakeGrid(*lMesh, 4, 3, false);
+        // Three triangles on edge 0-1, one of them wound the other way, and a bow-tie at control point 4.
+        if (lCase == 2) moxtest::BuildMesh(*lMesh, Points(9), {{0, 1, 2}, {1, 0, 3}, {0, 1, 4}, {4, 5, 6}, {4, 7, 8}});
+        // A fan of 50 triangles whose apex starts every spoke.
+        if (lCase == 3) {
+            std::vector<std::vector<int>> lFan;
+            for (int i = 0; i < 50; ++i) lFan.push_back({0, i + 2, i + 1});
+            moxtest::BuildMesh(*lMesh, Points(52), lFan);
+        }
+        lMesh->BuildMeshEdgeArray();
+        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        SCOPED_TRACE(lCase);
+        ExpectBruteForceIncidence(*lMesh, lEdgeToPolygons, lPolygonToEdges);
+    }
+}
+
+TEST(MoxMeshComponentMaps, NonManifoldEdgeListsAllItsPolygons)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::BuildMesh(*lMesh, Points(6), {{0, 1, 2}, {1, 0, 3}, {0, 1, 4}, {1, 0, 5}});
+    lMesh->BuildMeshEdgeArray();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    EXPECT_EQ(List(lEdgeToPolygons, 0), (std::vector<int>{0, 1, 2, 3}));
+    // 9 edges reserve 27 entries; 4 + 8 x 1 are used.
+    EXPECT_EQ(lEdgeToPolygons.mData.GetCount(), 27);
+}
+
+TEST(MoxMeshComponentMaps, DataGrowsWhenEdgesHaveManyPolygons)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    std::vector<std::vector<int>> lTriangles;
+    for (int i = 0; i < 8; ++i) lTriangles.push_back({0, 1, 2});
+    moxtest::BuildMesh(*lMesh, Points(3), lTriangles);
+    lMesh->BuildMeshEdgeArray();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+    // 3 edges reserve 9 entries; 24 are needed: the array doubles to 18, then 36.
+    EXPECT_EQ(lEdgeToPolygons.mData.GetCount(), 36);
+    EXPECT_EQ(Values(lEdgeToPolygons.mOffsets), (std::vector<int>{0, 8, 16, 24}));
+    EXPECT_EQ(List(lEdgeToPolygons, 2), (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(List(lPolygonToEdges, 5), (std::vector<int>{0, 1, 2}));
+}
+
+TEST(MoxMeshComponentMaps, GetCountAndGetValueOutsideTheMap)
+{
+    MoxMesh::ComponentMap lMap;
+    EXPECT_EQ(lMap.GetCount(), 0);
+    EXPECT_EQ(lMap.GetCount(0), 0);
+    EXPECT_EQ(lMap.GetValue(0, 0), -1);
+    lMap.mOffsets.Add(0);
+    lMap.mOffsets.Add(2);
+    lMap.mOffsets.Add(5);
+    for (int v : {7, 8, 9}) lMap.mData.Add(v);
+    EXPECT_EQ(lMap.GetCount(), 2);
+    EXPECT_EQ(lMap.GetCount(-1), 0);
+    EXPECT_EQ(lMap.GetCount(2), 0);
+    EXPECT_EQ(lMap.GetCount(1), 3);
+    EXPECT_EQ(lMap.GetValue(0, 1), 8);
+    EXPECT_EQ(lMap.GetValue(0, 2), -1);
+    EXPECT_EQ(lMap.GetValue(1, 0), 9);
+    EXPECT_EQ(lMap.GetValue(1, 1), -1);  // past the data
+    EXPECT_EQ(lMap.GetValue(-1, 0), -1);
+}
+
+// Against the plain per-edge walk over every corner, on random meshes (degenerate polygons, invalid
+// indices, control points of high valence) with edge arrays built, edited or corrupted.
+TEST(MoxMeshComponentMaps, MatchThePlainWalkOnRandomMeshes)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    for (unsigned int lSeed = 0; lSeed < 300; ++lSeed) {
+        std::mt19937 lRandom(lSeed);
+        moxtest::RandomMeshOptions lOptions;
+        lOptions.mInvalidIndices = lSeed % 3 == 0;
+        if (lSeed % 4 == 0) {
+            lOptions.mMinPoints = 2;
+            lOptions.mMaxPoints = 6;
+            lOptions.mMinPolygons = 20;
+            lOptions.mMaxPolygons = 70;
+        }
+        moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
+        lMesh->BuildMeshEdgeArray();
+        if (lSeed % 5 == 1 && lMesh->GetMeshEdgeCount() > 0) {
+            lMesh->mEdgeArray.Add(lMesh->mEdgeArray[0]);
+            lMesh->mEdgeArray.Add(std::uniform_int_distribution<int>(-2, lMesh->GetPolygonVertexCount() + 2)(lRandom));
+        }
+        moxtest::ReportCapture lCapture;
+        const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh);
+        lCapture.Clear();
+        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        ASSERT_EQ(Values(lEdgeToPolygons.mOffsets), lExpected.mEdgeOffsets) << lSeed;
+        const std::vector<int> lData = Values(lEdgeToPolygons.mData);
+        ASSERT_GE(lData.size(), lExpected.mEdgePolygons.size()) << lSeed;
+        ASSERT_EQ(std::vector<int>(lData.begin(), lData.begin() + static_cast<long>(lExpected.mEdgePolygons.size())),
+                  lExpected.mEdgePolygons)
+            << lSeed;
+        ASSERT_EQ(Values(lPolygonToEdges.mOffsets), lExpected.mPolygonOffsets) << lSeed;
+        ASSERT_EQ(Values(lPolygonToEdges.mData), lExpected.mPolygonEdges) << lSeed;
+        int lOutOfRange = 0;
+        int lStart = 0;
+        for (const moxtest::Report& lReport : lCapture.Reports()) {
+            if (lReport.mFunction != "ComputeComponentMaps") continue;
+            lOutOfRange +=
+                lReport.mMessage == "mEdgeArray[i] >= 0 && mEdgeArray[i] < mPolygonVertices.GetCount()" ? 1 : 0;
+            lStart += lReport.mMessage == "lV1 < lControlPointCount" ? 1 : 0;
+        }
+        ASSERT_EQ(lOutOfRange, lExpected.mSkippedOutOfRange) << lSeed;
+        ASSERT_EQ(lStart, lExpected.mSkippedStart) << lSeed;
+        ASSERT_FALSE(lMesh->mV2PVMap.mValid);
+    }
+}
+
+}  // namespace
