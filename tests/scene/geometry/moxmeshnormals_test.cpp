@@ -470,11 +470,27 @@ TEST(MoxMeshGenerateNormals, IndexedSmoothingByPolygonKeepsTheMixedIndexing)
     }
 }
 
+// Any smoothing element makes the generation open the edge lookups, whatever its mapping. On a mesh
+// whose edge array was never built, opening them reports every edge start it cannot find in the edge
+// array: smoothing by polygon, which reads no edge, reports them too.
+TEST(MoxMeshGenerateNormals, SmoothingByPolygonWithoutEdgeArrayReportsEveryEdgeOfTheLookup)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::MakeCube(*lMesh);
+    AddSmoothing(*lMesh, MoxLayerElement::eByPolygon, {1, 1, 1, 1, 1, 1});
+    moxtest::ReportCapture lCapture;
+    ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
+    EXPECT_EQ(lCapture.Messages(), std::vector<std::string>(12, "value != -1"));
+    EXPECT_EQ(lMesh->mV2PVMap.mValid, false);
+}
+
 TEST(MoxMeshGenerateNormals, UnsupportedSmoothingMappingIsReportedAndIgnored)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
     moxtest::MakeCube(*lMesh);
+    lMesh->BuildMeshEdgeArray();
     AddSmoothing(*lMesh, MoxLayerElement::eByControlPoint, {1, 1, 1, 1, 1, 1, 1, 1});
     moxtest::ReportCapture lCapture;
     ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
