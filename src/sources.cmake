@@ -13,6 +13,7 @@ set(MOXSDK_SOURCES
   scene/geometry/moxlayer.cxx
   scene/geometry/moxlayercontainer.cxx
   scene/geometry/moxmesh.cxx
+  scene/geometry/moxmeshsplit.cxx
   scene/moxblendshape.cxx
   scene/moxblendshapechannel.cxx
   scene/moxcluster.cxx
