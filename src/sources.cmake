@@ -20,6 +20,7 @@ set(MOXSDK_SOURCES
   scene/geometry/moxmeshlayers.cxx
   scene/geometry/moxmeshnormals.cxx
   scene/geometry/moxmeshremove.cxx
+  scene/geometry/moxmeshsplit.cxx
   scene/geometry/moxmeshtangents.cxx
   scene/geometry/moxtangentbasis.cxx
   scene/moxblendshape.cxx

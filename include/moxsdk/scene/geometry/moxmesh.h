@@ -428,8 +428,40 @@ public:
 
     // ---- Split and merge ----------------------------------------------------------------------------
 
+    // Gives every polygon vertex that is not the first user of its control point a new control point (a
+    // copy of the position), numbered from the old count in polygon-vertex order, whatever the values.
+    // Layer 0's normals and the UV set of channel pType then hold one value per control point (normals
+    // mapped by polygon keep their mapping); the first skin's clusters weight every copy like its
+    // original; with edges, every polygon vertex ends starting an edge (new ones follow the old, in
+    // polygon-vertex order; grown entries no polygon vertex claims hold 0) and the first smoothing element
+    // is dropped (a mesh without edges keeps it); blend-shape target shapes get the new count, each copy
+    // taking its original's point, normal (normals re-made per control point) and UV (a new UV set, named
+    // "", replaces the shape's). The shapes' UV copy keeps a deliberate short read: as many bytes as the
+    // shape has control points, never more than its UV array holds; everything not read is 0. Values read
+    // through an index outside its array read 0.
+    // Returns false, with nothing changed, without layer 0, at a negative polygon vertex ("lCurrentVertexIndex
+    // >= 0"), when scratch memory cannot be had ("dva != NULL"), or when a polygon's vertex run leaves the
+    // polygon vertices or the runs add up to more than there are (a corrupted polygon table); otherwise
+    // whether the mesh had control points. A polygon vertex or cluster entry naming a
+    // control point past the count reports "dva != NULL" and is left as it is. O(n log n) in polygon
+    // vertices, control points and edges.
     bool SplitPoints(MoxLayerElement::EType pType = MoxLayerElement::eTextureChannel0);
+    // One entry per control point: the entry of the last earlier control point closer than 0.0001 (strict,
+    // MoxVector4::Distance over x, y, z), or the point itself; points with a non-finite coordinate merge
+    // with nothing. True when some pair is that close. When scratch memory cannot be had, every entry is
+    // its own index and the result is false. O(n) expected; O(n + close pairs of distinct positions) worst.
     bool BuildMergeList(MoxArray<int>& pMergeList);
+    // Applies a merge list (normally BuildMergeList's, on a mesh where each control point has one polygon
+    // vertex): for each control point in order, its first polygon vertex (as already rewritten) takes its
+    // normal, indexed by polygon vertex from then on, and its merge-list entry; a control point without a
+    // polygon vertex moves nothing, and positions past the control point count take no normal (without
+    // normals the polygon vertices are still rewritten). Then edge 0 and every edge that is the first to
+    // join its two control points are kept; the first skin's clusters drop the pairs naming the list's
+    // entry 0 and keep their settings; control points whose entry differs from their index are removed
+    // (polygon vertices renumbered); every target shape is cut to the new count and takes the first
+    // shape's values (0 past what that shape held); the normals become mapped by polygon vertex when
+    // anything was removed. A list shorter than the control points is read through the array's range
+    // report. A step whose scratch memory cannot be had is skipped. O(n log n).
     void MergePointsForPolygonVerteNormals(MoxArray<int>& pMergeList);
 
     // ---- Data members (public, in declaration order) -----------------------------------------------
