@@ -3,6 +3,7 @@
 # test suite twice:
 #   build/relwithdebinfo  RelWithDebInfo, -Wall -Wextra -Werror; also builds the benchmarks (not run)
 #   build/sanitize        AddressSanitizer + UndefinedBehaviorSanitizer, halt on error, leak detection on
+# then runs each libFuzzer target for 60 seconds (scripts/fuzz.sh, clang 14).
 # Both include the install test (the library installed and used by an outside CMake project).
 # Exits non-zero on the first failure.
 set -euo pipefail
@@ -21,4 +22,7 @@ for preset in relwithdebinfo sanitize; do
     # UBSAN_OPTIONS for the sanitizer build.
     ctest --preset "$preset"
 done
-echo "All tests passed in both builds."
+
+# Each fuzz target for a minute on its corpus (AddressSanitizer and UndefinedBehaviorSanitizer).
+"$MOX_ROOT/scripts/fuzz.sh" 60
+echo "All tests passed in both builds, and the fuzz targets found nothing."
