@@ -91,7 +91,11 @@ void FuzzArray(moxfuzz::Input& pInput)
         switch (pInput.Byte() % 11) {
         case 0:
         case 1: {
-            if (lModel.mSize == lModel.Capacity()) lModel.Reallocate(lModel.Capacity() ? 2 * lModel.Capacity() : 1);
+            if (lModel.mSize == lModel.Capacity()) {
+                const int lOldCapacity = lModel.Capacity();
+                lModel.Reallocate(lOldCapacity ? 2 * lOldCapacity : 1);
+                lModel.Fill(lOldCapacity, lModel.Capacity());
+            }
             lModel.Write(lModel.mSize++, lValue);
             Check(lArray.Add(lValue) == lModel.mSize - 1);
             break;

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 #include <climits>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -63,6 +66,29 @@ TEST(MoxArray, AddDoublesCapacityFromOne)
     EXPECT_EQ(lArray.Add(13), 3);
     EXPECT_EQ(lArray.GetCapacity(), 4);
     EXPECT_EQ(Contents(lArray), (std::vector<int>{10, 11, 12, 13}));
+}
+
+// A reallocation whose new bytes are all 0xCD, as a heap may hand them out.
+void* DirtyRealloc(void* pData, size_t pSize)
+{
+    void* lBlock = std::malloc(pSize);
+    if (!lBlock) return nullptr;
+    std::memset(lBlock, 0xCD, pSize);
+    if (pData) {
+        const size_t lOld = malloc_usable_size(pData);
+        std::memcpy(lBlock, pData, lOld < pSize ? lOld : pSize);
+        std::free(pData);
+    }
+    return lBlock;
+}
+
+TEST(MoxArray, SlotsReservedByAddGrowthStartZeroed)
+{
+    moxsdk::MoxSetReallocHandler(&DirtyRealloc);
+    MoxArray<int> lArray = MakeArray({1, 2, 3, 4, 5});
+    moxsdk::MoxSetReallocHandler(nullptr);
+    ASSERT_EQ(lArray.GetCapacity(), 8);
+    for (int i = 5; i < 8; ++i) EXPECT_EQ(lArray.GetArray()[i], 0) << i;
 }
 
 TEST(MoxArray, AddOfOwnElementSurvivesTheBlockMove)

@@ -10,7 +10,8 @@
 // capacity, or an array with no block) reaches a per-thread scratch element that is zero-filled
 // before each such access, so no access ever reads or writes outside an allocation; RemoveAt of such
 // an index changes nothing. RemoveAt inside the capacity but at or past the size lowers a positive
-// size by one and never takes it below zero.
+// size by one and never takes it below zero. The slots that Add's growth reserves start zeroed, like
+// those of Reserve and of a growing Resize; only ResizeUninitialized leaves its new elements unwritten.
 //
 // Out of memory is reported as "mData" and leaves the array empty with no block (the old block is
 // released, so nothing leaks); the operation returns its failure value.
@@ -109,10 +110,14 @@ public:
         std::memcpy(lCopy, &pItem, sizeof(T));
         const int64_t lWanted = GetCapacity() * int64_t(2) > 1 ? GetCapacity() * int64_t(2) : 1;
         const int lNewCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
+        const int lOldCapacity = GetCapacity();
         if (lNewCapacity <= lSize || !Allocate(lNewCapacity)) {
             MOX_REPORT(kFile, "mData");
             return -1;
         }
+        // The new reserved slots start zeroed, so that a read past the size inside the capacity (which
+        // a range error lets go ahead) never sees uninitialised memory.
+        std::memset(static_cast<void*>(GetArray() + lOldCapacity), 0, Bytes(lNewCapacity - lOldCapacity));
         Head()->mCapacity = lNewCapacity;
         return Add(*reinterpret_cast<const T*>(lCopy));
     }
