@@ -35,8 +35,8 @@ const char* const sgQuadPly =
 
 TEST(AssimpReader, StlTrianglesAreWeldedByPosition)
 {
-    const MeshData lData =
-        Parse("t.stl", "solid t\n" + Facet("0 0 0", "1 0 0", "0 1 0") + Facet("1 0 0", "1 1 0", "0 1 0") + "endsolid t\n");
+    const MeshData lData = Parse(
+        "t.stl", "solid t\n" + Facet("0 0 0", "1 0 0", "0 1 0") + Facet("1 0 0", "1 1 0", "0 1 0") + "endsolid t\n");
     EXPECT_EQ(lData.ControlPointCount(), 4u);
     EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3, 3}));
     EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2, 1, 3, 2}));
@@ -48,8 +48,8 @@ TEST(AssimpReader, StlTrianglesAreWeldedByPosition)
 
 TEST(AssimpReader, NegativeZeroWeldsWithZero)
 {
-    const MeshData lData =
-        Parse("t.stl", "solid t\n" + Facet("0 0 0", "1 0 0", "0 1 0") + Facet("1 0 0", "1 1 0", "-0 1 -0") + "endsolid t\n");
+    const MeshData lData = Parse(
+        "t.stl", "solid t\n" + Facet("0 0 0", "1 0 0", "0 1 0") + Facet("1 0 0", "1 1 0", "-0 1 -0") + "endsolid t\n");
     EXPECT_EQ(lData.ControlPointCount(), 4u);
     EXPECT_EQ(lData.mPolygonVertices[5], 2);
 }

@@ -33,7 +33,8 @@ RunResult Moxmesh(std::vector<std::string> pArguments)
 const char* const sgCube =
     "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nv 0 0 1\nv 1 0 1\nv 0 1 1\nv 1 1 1\n"
     "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\n"
-    "f 1/1 3/2 4/3 2/4\nf 5/1 6/2 8/3 7/4\nf 1/1 2/2 6/3 5/4\nf 3/1 7/2 8/3 4/4\nf 1/1 5/2 7/3 3/4\nf 2/1 4/2 8/3 6/4\n";
+    "f 1/1 3/2 4/3 2/4\nf 5/1 6/2 8/3 7/4\nf 1/1 2/2 6/3 5/4\nf 3/1 7/2 8/3 4/4\nf 1/1 5/2 7/3 3/4\nf 2/1 4/2 8/3 "
+    "6/4\n";
 
 TEST(CommandLine, HelpAndUsage)
 {
@@ -56,11 +57,12 @@ TEST(CommandLine, WrongArgumentsExitWithTwo)
     EXPECT_EQ(Moxmesh({"process", "in.obj", "-o", "out.obj", "--normals", "sideways"}).mStatus, sgExitUsage);
     EXPECT_EQ(Moxmesh({"process", "in.obj", "-o", "out.obj", "--smooth-angle", "181"}).mStatus, sgExitUsage);
     EXPECT_EQ(Moxmesh({"demo", "--segments", "2"}).mStatus, sgExitUsage);
-    const RunResult lConflict = Moxmesh({"process", "in.obj", "-o", "out.obj", "--smooth-angle", "30", "--normals",
-                                   "control-point"});
+    const RunResult lConflict =
+        Moxmesh({"process", "in.obj", "-o", "out.obj", "--smooth-angle", "30", "--normals", "control-point"});
     EXPECT_EQ(lConflict.mStatus, sgExitUsage);
-    EXPECT_EQ(lConflict.mErr, "--smooth-angle makes normals per polygon vertex: it cannot go with --normals "
-                              "control-point\nRun with --help for more information.\n");
+    EXPECT_EQ(lConflict.mErr,
+              "--smooth-angle makes normals per polygon vertex: it cannot go with --normals "
+              "control-point\nRun with --help for more information.\n");
 }
 
 TEST(CommandLine, DemoReportsEveryStep)
@@ -91,11 +93,11 @@ TEST(CommandLine, InfoDescribesTheFile)
     moxtooltest::WriteFile(lDir.File("cube.obj"), sgCube);
     const RunResult lRun = Moxmesh({"info", lDir.File("cube.obj")});
     EXPECT_EQ(lRun.mStatus, 0) << lRun.mErr;
-    for (const char* lLine : {"control points      8\n", "polygons            6 (6 quads)\n",
-                              "polygon vertices    24\n", "edges               12\n", "boundary edges      0\n",
-                              "non-manifold edges  0\n", "bad polygons        0\n",
-                              "UV sets             1 (\"uv0\" on layer 0, 4 values)\n", "materials           0 (0 used)\n",
-                              "normals             none\n", "winding             unknown (no normals to compare with)\n"})
+    for (const char* lLine :
+         {"control points      8\n", "polygons            6 (6 quads)\n", "polygon vertices    24\n",
+          "edges               12\n", "boundary edges      0\n", "non-manifold edges  0\n", "bad polygons        0\n",
+          "UV sets             1 (\"uv0\" on layer 0, 4 values)\n", "materials           0 (0 used)\n",
+          "normals             none\n", "winding             unknown (no normals to compare with)\n"})
         EXPECT_NE(lRun.mOut.find(lLine), std::string::npos) << lLine << "\n" << lRun.mOut;
 }
 
@@ -103,8 +105,8 @@ TEST(CommandLine, ProcessWritesWhatWasAskedFor)
 {
     TempDir lDir;
     moxtooltest::WriteFile(lDir.File("cube.obj"), sgCube);
-    const RunResult lRun = Moxmesh({"process", lDir.File("cube.obj"), "-o", lDir.File("cube.glb"), "--smooth-angle", "30",
-                              "--tangents", "--clean"});
+    const RunResult lRun = Moxmesh({"process", lDir.File("cube.obj"), "-o", lDir.File("cube.glb"), "--smooth-angle",
+                                    "30", "--tangents", "--clean"});
     EXPECT_EQ(lRun.mStatus, 0) << lRun.mErr;
     EXPECT_NE(lRun.mOut.find("0 soft edges, 12 hard edges"), std::string::npos) << lRun.mOut;
     const auto lBack = ReadMesh(lDir.File("cube.glb"));

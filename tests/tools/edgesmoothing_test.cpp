@@ -51,7 +51,11 @@ void MakeFold(MoxMesh& pMesh, double pDegrees)
 {
     const double lAngle = pDegrees * 3.14159265358979323846 / 180.0;
     moxtest::BuildMesh(pMesh,
-                       {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {1 + std::cos(lAngle), 0, std::sin(lAngle)},
+                       {{0, 0, 0},
+                        {1, 0, 0},
+                        {1, 1, 0},
+                        {0, 1, 0},
+                        {1 + std::cos(lAngle), 0, std::sin(lAngle)},
                         {1 + std::cos(lAngle), 1, std::sin(lAngle)}},
                        {{0, 1, 2, 3}, {1, 4, 5, 2}});
 }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-
 using namespace moxmeshtool;
 using moxsdk::MoxLayerElement;
 using moxsdk::MoxVector2;
@@ -39,10 +38,11 @@ TEST(ElementView, AbsentElementHasNoValues)
 
 TEST(ElementView, ComponentFollowsTheMappingMode)
 {
-    for (auto lCase : {std::make_pair(MoxLayerElement::eByControlPoint, 12.0),
-                       std::make_pair(MoxLayerElement::eByPolygonVertex, 11.0),
-                       std::make_pair(MoxLayerElement::eByPolygon, 10.0), std::make_pair(MoxLayerElement::eByMesh, 10.0),
-                       std::make_pair(MoxLayerElement::eByEdge, -1.0), std::make_pair(MoxLayerElement::eNone, -1.0)}) {
+    for (auto lCase :
+         {std::make_pair(MoxLayerElement::eByControlPoint, 12.0),
+          std::make_pair(MoxLayerElement::eByPolygonVertex, 11.0), std::make_pair(MoxLayerElement::eByPolygon, 10.0),
+          std::make_pair(MoxLayerElement::eByMesh, 10.0), std::make_pair(MoxLayerElement::eByEdge, -1.0),
+          std::make_pair(MoxLayerElement::eNone, -1.0)}) {
         auto* lUVs = MakeUVs(lCase.first, MoxLayerElement::eDirect);
         {
             ElementView<MoxVector2> lView(lUVs);

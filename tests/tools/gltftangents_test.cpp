@@ -48,8 +48,8 @@ TEST(GltfTangents, BinaryFileRenamesInItsJsonChunkOnly)
     const std::string lJson = "{\"COLOR_0\":1}   ";
     const std::string lBinary = "\"COLOR_0\":";  // the same bytes in the binary chunk stay
     const std::string lFile = "glTF" + LittleEndian(2) + LittleEndian(uint32_t(12 + 8 + lJson.size() + 8 + 12)) +
-                              LittleEndian(uint32_t(lJson.size())) + "JSON" + lJson + LittleEndian(12) + std::string("BIN\0", 4) +
-                              lBinary + "xx";
+                              LittleEndian(uint32_t(lJson.size())) + "JSON" + lJson + LittleEndian(12) +
+                              std::string("BIN\0", 4) + lBinary + "xx";
     TempDir lDir;
     moxtooltest::WriteFile(lDir.File("a.glb"), lFile);
     EXPECT_EQ(RenameColorAttributesInFile(lDir.File("a.glb"), true, "a.glb"), 1);

@@ -67,8 +67,7 @@ TEST(MeshData, ChannelIndicesOnePerPolygonVertexAndInRange)
     lData.mUVSets.push_back(lUVs);
     EXPECT_EQ(FindInconsistency(lData), "");
     lData.mUVSets[0].mIndices[3] = 2;
-    EXPECT_EQ(FindInconsistency(lData),
-              "index out of range: polygon 1 uses texture coordinate 3, but there are 2");
+    EXPECT_EQ(FindInconsistency(lData), "index out of range: polygon 1 uses texture coordinate 3, but there are 2");
     lData.mUVSets[0].mIndices.pop_back();
     EXPECT_EQ(FindInconsistency(lData), "not one texture coordinate index per polygon vertex");
 }

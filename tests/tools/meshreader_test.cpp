@@ -60,9 +60,10 @@ TEST(MeshReader, UnknownFormat)
     TempDir lDir;
     WriteFile(lDir.File("notes.txt"), "hello\n");
     WriteFile(lDir.File("noextension"), "hello\n");
-    EXPECT_EQ(ErrorOf(lDir.File("notes.txt")),
-              lDir.File("notes.txt") +
-                  ": unknown format \".txt\": moxmesh reads OBJ and the formats Assimp reads (PLY, STL, glTF, OFF, ...)");
+    EXPECT_EQ(
+        ErrorOf(lDir.File("notes.txt")),
+        lDir.File("notes.txt") +
+            ": unknown format \".txt\": moxmesh reads OBJ and the formats Assimp reads (PLY, STL, glTF, OFF, ...)");
     EXPECT_EQ(ErrorOf(lDir.File("noextension")),
               lDir.File("noextension") +
                   ": unknown format (no extension): moxmesh reads OBJ and the formats Assimp reads (PLY, STL, glTF, "
@@ -73,8 +74,9 @@ TEST(MeshReader, ChoosesTheReaderByExtension)
 {
     TempDir lDir;
     WriteFile(lDir.File("t.OBJ"), "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
-    WriteFile(lDir.File("t.stl"), "solid t\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
-                                  "vertex 0 1 0\nendloop\nendfacet\nendsolid t\n");
+    WriteFile(lDir.File("t.stl"),
+              "solid t\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+              "vertex 0 1 0\nendloop\nendfacet\nendsolid t\n");
     EXPECT_EQ(ReadMesh(lDir.File("t.OBJ"))->mFormat, "OBJ (tinyobjloader)");
     EXPECT_EQ(ReadMesh(lDir.File("t.stl"))->mFormat, "STL (Assimp)");
 }
@@ -85,8 +87,8 @@ TEST(MeshReader, InvalidSamplesFailCleanly)
 {
     const std::string lDirectory = moxtooltest::SampleModel("invalid");
     if (lDirectory.empty()) GTEST_SKIP() << "assimp-testmodels is not installed";
-    std::vector<std::string> lNames = {"empty.3ds", "empty.ase",        "empty.lwo",     "empty.md5mesh", "empty.obj",
-                                       "empty.off", "empty.ply",        "empty.raw",     "empty.smd",     "empty.x",
+    std::vector<std::string> lNames = {"empty.3ds",        "empty.ase",     "empty.lwo", "empty.md5mesh", "empty.obj",
+                                       "empty.off",        "empty.ply",     "empty.raw", "empty.smd",     "empty.x",
                                        "emptyIrrMesh.xml", "malformed.obj", "readme.txt"};
 #ifndef MOX_SANITIZED
     lNames.push_back("OutOfMemory.off");  // see tests/tools/CMakeLists.txt for the sanitizer build
@@ -106,8 +108,9 @@ TEST(MeshReader, OversizedHeaderIsRefusedWithinTheMemoryBudget)
 {
     const std::string lPath = moxtooltest::SampleModel("invalid/OutOfMemory.off");
     if (lPath.empty()) GTEST_SKIP() << "assimp-testmodels is not installed";
-    EXPECT_EQ(ErrorOf(lPath), lPath + ": malformed OFF file: it asks for more than 2048 MiB of memory, more than a "
-                                      "file of 309 bytes can need");
+    EXPECT_EQ(ErrorOf(lPath), lPath +
+                                  ": malformed OFF file: it asks for more than 2048 MiB of memory, more than a "
+                                  "file of 309 bytes can need");
 }
 #endif
 

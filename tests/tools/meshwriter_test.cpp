@@ -83,7 +83,8 @@ std::vector<CornerValues> CornersInWrittenOrder(moxsdk::MoxMesh& pMesh)
     std::stable_sort(lOrder.begin(), lOrder.end(), [&](int pA, int pB) { return lGroupOf(pA) < lGroupOf(pB); });
     std::vector<CornerValues> lSorted;
     for (int p : lOrder)
-        for (int k = 0; k < pMesh.GetPolygonSize(p); ++k) lSorted.push_back(lCorners[pMesh.GetPolygonVertexIndex(p) + k]);
+        for (int k = 0; k < pMesh.GetPolygonSize(p); ++k)
+            lSorted.push_back(lCorners[pMesh.GetPolygonVertexIndex(p) + k]);
     return lSorted;
 }
 
@@ -101,8 +102,9 @@ void ExpectUnitNormals(moxsdk::MoxMesh& pMesh, int pZeros = 0)
 {
     EXPECT_EQ(ZeroNormals(pMesh), pZeros);
     for (const CornerValues& lCorner : moxtooltest::ReadCorners(pMesh)) {
-        const double lLength = std::sqrt(lCorner.mNormal[0] * lCorner.mNormal[0] + lCorner.mNormal[1] * lCorner.mNormal[1] +
-                                         lCorner.mNormal[2] * lCorner.mNormal[2]);
+        const double lLength =
+            std::sqrt(lCorner.mNormal[0] * lCorner.mNormal[0] + lCorner.mNormal[1] * lCorner.mNormal[1] +
+                      lCorner.mNormal[2] * lCorner.mNormal[2]);
         if (lLength != 0.0) {
             ASSERT_NEAR(lLength, 1.0, 1e-4);
         }
@@ -144,6 +146,20 @@ TEST(MeshWriter, ObjKeepsPolygonsAndReadsBackAsWritten)
     EXPECT_EQ(lMaterials->mIndexArray->GetAt(1), 1);
 }
 
+TEST(MeshWriter, MeshWithoutNormalsIsWrittenWithoutNormals)
+{
+    TempDir lDir;
+    ManagedMesh lMesh;
+    MeshData lData = QuadAndTriangle();
+    lData.mNormals = AttributeChannel();
+    BuildMesh(lData, lMesh);
+    WriteMesh(lMesh.Mesh(), lDir.File("out.obj"));
+    const std::string lText = moxtooltest::ReadFile(lDir.File("out.obj"));
+    EXPECT_EQ(lText.find("\nvn "), std::string::npos) << lText;
+    EXPECT_NE(lText.find("f  1/1 2/2 3/3 4/4\n"), std::string::npos) << lText;
+    EXPECT_EQ(ReadMesh(lDir.File("out.obj"))->Mesh().GetLayer(0)->GetNormals(), nullptr);
+}
+
 TEST(MeshWriter, GltfIsTriangulatedWithTangents)
 {
     for (const char* lName : {"out.gltf", "out.glb"}) {
@@ -173,9 +189,9 @@ TEST(MeshWriter, MissingDirectoryLeavesNothing)
     TempDir lDir;
     ManagedMesh lMesh;
     BuildMesh(QuadAndTriangle(), lMesh);
-    EXPECT_EQ(ErrorOf(lMesh.Mesh(), lDir.File("none/out.obj")),
-              lDir.File("none/out.obj") + ": cannot write: directory " + lDir.File("none") +
-                  ": No such file or directory");
+    EXPECT_EQ(
+        ErrorOf(lMesh.Mesh(), lDir.File("none/out.obj")),
+        lDir.File("none/out.obj") + ": cannot write: directory " + lDir.File("none") + ": No such file or directory");
     EXPECT_TRUE(lDir.Entries().empty());
 }
 
@@ -247,6 +263,7 @@ TEST_P(SampleRoundTrip, CountsAndValuesSurvive)
 INSTANTIATE_TEST_SUITE_P(Samples, SampleRoundTrip,
                          ::testing::Values("OBJ/spider.obj", "OBJ/WusonOBJ.obj", "OBJ/cube_usemtl.obj",
                                            "PLY/cube_uv.ply", "PLY/Wuson.ply", "STL/Spider_binary.stl",
-                                           "STL/sphereWithHole.stl"));
+                                           "STL/sphereWithHole.stl", "OFF/Cube.off",
+                                           "glTF2/BoxTextured-glTF/BoxTextured.gltf"));
 
 }  // namespace

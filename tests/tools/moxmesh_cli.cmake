@@ -50,7 +50,9 @@ endfunction()
 mox_cli_test(help STATUS 0 ARGS --help STDOUT "Usage: moxmesh.*demo.*info.*process")
 mox_cli_test(no_command STATUS 2 ARGS "" STDERR "A subcommand is required")
 mox_cli_test(demo STATUS 0 ARGS demo
-  STDOUT "build model.*BuildMeshEdgeArray.*smoothing by angle <= 30 deg.*GenerateNormals.*GenerateTangentsDataForAllUVSets.*SplitPoints.*BuildMergeList \\+ MergePoints.*ComputeComponentMaps.*RemoveBadPolygons.*removed 1 bad polygon.*total"
+  STDOUT "build model.*BuildMeshEdgeArray.*smoothing by angle <= 30 deg.*GenerateNormals.*\
+GenerateTangentsDataForAllUVSets.*SplitPoints.*BuildMergeList \\+ MergePoints.*ComputeComponentMaps.*\
+RemoveBadPolygons.*removed 1 bad polygon.*total"
   STDERR "^$")
 mox_cli_test(demo_progress STATUS 0 ARGS demo --segments 8 --rings 2 --progress
   STDERR "moxmesh: \\[1/9\\] build model \\.\\.\\..*moxmesh: \\[9/9\\] RemoveBadPolygons done in ")
@@ -100,6 +102,13 @@ mox_cli_test(sample_process_wuson STATUS 0 NEEDS ${lModels}/OBJ/WusonOBJ.obj
 mox_cli_test(sample_process_cube_uv STATUS 0 NEEDS ${lModels}/PLY/cube_uv.ply
   ARGS process ${lModels}/PLY/cube_uv.ply -o cube.obj --smooth-angle 30 --tangents
   STDOUT "0 soft edges, 12 hard edges" PRESENT cube.obj cube.mtl)
+mox_cli_test(sample_process_off STATUS 0 NEEDS ${lModels}/OFF/Cube.off
+  ARGS process ${lModels}/OFF/Cube.off -o cube.gltf --normals control-point
+  STDOUT "OFF \\(Assimp\\): 8 control points, 6 polygons \\(6 quads\\).*8 normals by control point"
+  PRESENT cube.gltf cube.bin)
+mox_cli_test(sample_process_gltf STATUS 0 NEEDS ${lModels}/glTF2/BoxTextured-glTF/BoxTextured.gltf
+  ARGS process ${lModels}/glTF2/BoxTextured-glTF/BoxTextured.gltf -o box.glb --tangents --split
+  STDOUT "kept the file's normals.*control points 8 -> 36" PRESENT box.glb)
 mox_cli_test(sample_info_spider_stl STATUS 0 ARGS info ${lModels}/STL/Spider_binary.stl
   NEEDS ${lModels}/STL/Spider_binary.stl STDOUT "format +STL \\(Assimp\\)\ncontrol points +722\n")
 mox_cli_test(sample_malformed2 STATUS 0 ARGS info ${lModels}/invalid/malformed2.obj

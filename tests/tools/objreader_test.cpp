@@ -84,9 +84,10 @@ TEST(ObjReader, ReadIntoMeshKeepsQuadAndIndexToDirectElements)
 
 TEST(ObjReader, UsemtlGroupsBecomePolygonMaterialsOfTheLibrary)
 {
-    const MeshData lData = Parse("mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\n"
-                                 "usemtl blue\nf 1 2 3\nusemtl red\nf 2 4 3\nf 1 2 4\nusemtl blue\nf 1 3 4\n",
-                                 nullptr, "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n");
+    const MeshData lData = Parse(
+        "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\n"
+        "usemtl blue\nf 1 2 3\nusemtl red\nf 2 4 3\nf 1 2 4\nusemtl blue\nf 1 3 4\n",
+        nullptr, "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n");
     EXPECT_EQ(lData.mMaterialNames, (std::vector<std::string>{"red", "blue"}));
     EXPECT_EQ(lData.mPolygonMaterials, (std::vector<int>{1, 0, 0, 1}));
 }
@@ -129,7 +130,7 @@ TEST(ObjReader, LinesAndPointsAreLeftOutWithANote)
     const MeshData lData = Parse("v 0 0 0\nv 1 0 0\nv 0 1 0\nl 1 2\np 3\nf 1 2 3\n", &lNotes);
     EXPECT_EQ(lData.PolygonCount(), 1u);
     ASSERT_FALSE(lNotes.empty());
-    EXPECT_EQ(lNotes.back(), "1 lines and 1 points are not polygons: left out");
+    EXPECT_EQ(lNotes.back(), "not polygons, left out: 1 line, 1 point");
 }
 
 TEST(ObjReader, VertexIndexOutOfRangeIsAnError)

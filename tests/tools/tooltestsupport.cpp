@@ -89,9 +89,8 @@ std::vector<CornerValues> ReadCorners(moxsdk::MoxMesh& pMesh)
             moxsdk::MoxVector2 lUV(lNaN, lNaN);
             lNormals.Get(p, lVertex, lPoint, lNormal);
             lUVs.Get(p, lVertex, lPoint, lUV);
-            lCorners.push_back(CornerValues{{lPosition[0], lPosition[1], lPosition[2]},
-                                            {lNormal[0], lNormal[1], lNormal[2]},
-                                            {lUV[0], lUV[1]}});
+            lCorners.push_back(CornerValues{
+                {lPosition[0], lPosition[1], lPosition[2]}, {lNormal[0], lNormal[1], lNormal[2]}, {lUV[0], lUV[1]}});
         }
     return lCorners;
 }

@@ -9,12 +9,12 @@
 
 #include <sys/stat.h>
 
-#include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include <assimp/Importer.hpp>
 
-#include "meshbuilder.h"
 #include "memorybudget.h"
+#include "meshbuilder.h"
 #include "toolerror.h"
 
 namespace moxmeshtool {
@@ -115,9 +115,8 @@ size_t CopyFaces(const std::string& pPath, const aiScene& pScene, const SceneVer
 template <class HAS>
 bool AllPolygonMeshes(const SceneVertices& pVertices, HAS pHas)
 {
-    for (const aiMesh* lMesh : pVertices.mMeshes)
-        if (lMesh->mNumFaces > 0 && !pHas(*lMesh)) return false;
-    return true;
+    return std::all_of(pVertices.mMeshes.begin(), pVertices.mMeshes.end(),
+                       [&pHas](const aiMesh* pMesh) { return pMesh->mNumFaces == 0 || pHas(*pMesh); });
 }
 
 // A channel over all vertices: pWrite(mesh, vertex, out) writes the value of a vertex of a mesh that
@@ -150,7 +149,7 @@ void CopyNormals(const SceneVertices& pVertices, const std::vector<int>& pCorner
     const auto lHas = [](const aiMesh& pMesh) { return pMesh.HasNormals(); };
     if (!AllPolygonMeshes(pVertices, lHas)) {
         if (!AllPolygonMeshes(pVertices, [](const aiMesh& pMesh) { return !pMesh.HasNormals(); }))
-            pNotes.push_back("some meshes of the file have no normals: the file's normals are left out");
+            pNotes.emplace_back("some meshes of the file have no normals: the file's normals are left out");
         return;
     }
     pData.mNormals = MakeChannel(pVertices, pCornerVertex, 3, lHas, [](const aiMesh& pMesh, unsigned pV, double* pOut) {
@@ -169,7 +168,8 @@ void CopyUVs(const SceneVertices& pVertices, const std::vector<int>& pCornerVert
         for (const aiMesh* lMesh : pVertices.mMeshes) {
             if (!lHas(*lMesh)) continue;
             lAny = true;
-            if (lMesh->mTextureCoordsNames && lMesh->mTextureCoordsNames[c] && lMesh->mTextureCoordsNames[c]->length > 0)
+            if (lMesh->mTextureCoordsNames && lMesh->mTextureCoordsNames[c] &&
+                lMesh->mTextureCoordsNames[c]->length > 0)
                 lName = lMesh->mTextureCoordsNames[c]->C_Str();
         }
         if (!lAny) break;
@@ -186,11 +186,12 @@ void CopyTangents(const SceneVertices& pVertices, const std::vector<int>& pCorne
 {
     const auto lHas = [](const aiMesh& pMesh) { return pMesh.HasNormals() && pMesh.HasTangentsAndBitangents(); };
     if (pData.mNormals.IsEmpty() || !AllPolygonMeshes(pVertices, lHas)) return;
-    pData.mTangents = MakeChannel(pVertices, pCornerVertex, 4, lHas, [](const aiMesh& pMesh, unsigned pV, double* pOut) {
-        const aiVector3D& lTangent = pMesh.mTangents[pV];
-        const double lSide = (pMesh.mNormals[pV] ^ lTangent) * pMesh.mBitangents[pV];
-        pOut[0] = lTangent.x, pOut[1] = lTangent.y, pOut[2] = lTangent.z, pOut[3] = lSide < 0.0 ? -1.0 : 1.0;
-    });
+    pData.mTangents =
+        MakeChannel(pVertices, pCornerVertex, 4, lHas, [](const aiMesh& pMesh, unsigned pV, double* pOut) {
+            const aiVector3D& lTangent = pMesh.mTangents[pV];
+            const double lSide = (pMesh.mNormals[pV] ^ lTangent) * pMesh.mBitangents[pV];
+            pOut[0] = lTangent.x, pOut[1] = lTangent.y, pOut[2] = lTangent.z, pOut[3] = lSide < 0.0 ? -1.0 : 1.0;
+        });
 }
 
 void CopyMaterialNames(const aiScene& pScene, MeshData& pData)
@@ -225,9 +226,9 @@ const aiScene* ReadScene(Assimp::Importer& pImporter, const std::string& pPath, 
     if (lScene) return lScene;
     const std::string lError = pImporter.GetErrorString();
     if (lError.find("bad_alloc") != std::string::npos)
-        throw ToolError(pPath, "malformed " + pFormat + " file: it asks for more than " + std::to_string(lBudget >> 20) +
-                                   " MiB of memory, more than a file of " + std::to_string(FileSize(pPath)) +
-                                   " bytes can need");
+        throw ToolError(pPath, "malformed " + pFormat + " file: it asks for more than " +
+                                   std::to_string(lBudget >> 20) + " MiB of memory, more than a file of " +
+                                   std::to_string(FileSize(pPath)) + " bytes can need");
     throw ToolError(pPath, "malformed " + pFormat + " file: " + lError);
 }
 
@@ -247,9 +248,12 @@ void ParseWithAssimp(const std::string& pPath, const std::string& pFormat, MeshD
     std::vector<int> lCornerVertex;
     WeldPositions(lVertices, pData, lPointOf);
     const size_t lSkipped = CopyFaces(pPath, *lScene, lVertices, lPointOf, pData, lCornerVertex);
-    if (lSkipped > 0) pNotes.push_back(std::to_string(lSkipped) + " point and line primitives are not polygons: left out");
+    if (lSkipped > 0)
+        pNotes.push_back("not polygons, left out: " + std::to_string(lSkipped) +
+                         (lSkipped == 1 ? " point or line primitive" : " point and line primitives"));
     if (pData.mPolygonSizes.empty())
-        throw ToolError(pPath, "no polygons: the file has " + std::to_string(lVertices.mCount) + " vertices and no faces");
+        throw ToolError(pPath,
+                        "no polygons: the file has " + std::to_string(lVertices.mCount) + " vertices and no faces");
     CopyNormals(lVertices, lCornerVertex, pData, pNotes);
     CopyUVs(lVertices, lCornerVertex, pData);
     CopyTangents(lVertices, lCornerVertex, pData);
@@ -270,7 +274,8 @@ void ReadWithAssimp(const std::string& pPath, const std::string& pFormat, Manage
 bool AssimpReadsExtension(const std::string& pExtension)
 {
     std::string lLower = pExtension;
-    std::transform(lLower.begin(), lLower.end(), lLower.begin(), [](unsigned char c) { return std::tolower(c); });
+    std::transform(lLower.begin(), lLower.end(), lLower.begin(),
+                   [](unsigned char pChar) { return std::tolower(pChar); });
     return Assimp::Importer().IsExtensionSupported(lLower);
 }
 

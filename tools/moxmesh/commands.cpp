@@ -53,11 +53,10 @@ void AddNormalSteps(const ProcessOptions& pOptions, MeshSlot& pMesh, std::ostrea
 {
     if (pOptions.mNormals != NormalsMode::eKeep || pOptions.mSmoothAngle >= 0.0) {
         const bool lByControlPoint = pOptions.mNormals == NormalsMode::eControlPoint;
-        pSteps.push_back({"GenerateNormals", [&pMesh, lByControlPoint] {
-                              return GenerateNormals(pMesh->Mesh(), lByControlPoint);
-                          }});
+        pSteps.push_back(
+            {"GenerateNormals", [&pMesh, lByControlPoint] { return GenerateNormals(pMesh->Mesh(), lByControlPoint); }});
     } else if (pOptions.mTangents) {
-        pSteps.push_back({"GenerateNormals", [&pMesh, &pOptions, &pErr] {
+        pSteps.push_back({"normals for the tangents", [&pMesh, &pOptions, &pErr] {
                               const moxsdk::MoxLayer* lLayer = pMesh->Mesh().GetLayer(0);
                               if (lLayer && lLayer->GetNormals()) return std::string("kept the file's normals");
                               if (!pOptions.mQuiet)
@@ -68,23 +67,24 @@ void AddNormalSteps(const ProcessOptions& pOptions, MeshSlot& pMesh, std::ostrea
     }
 }
 
+// "glTF binary: 1368 polygons as 1368 triangles, 3199 vertices, spider.glb".
+std::string DescribeWrite(const WriteSummary& pWritten)
+{
+    const SceneSummary& lScene = pWritten.mScene;
+    std::string lText =
+        std::string(FormatName(pWritten.mFormat)) + ": " + CountOf(lScene.mPolygons, "polygon", "polygons");
+    if (pWritten.mFormat != OutputFormat::eObj) lText += " as " + CountOf(lScene.mTriangles, "triangle", "triangles");
+    lText += ", " + CountOf(static_cast<long long>(lScene.mVertices), "vertex", "vertices");
+    if (lScene.mSkippedPolygons > 0)
+        lText +=
+            ", " + CountOf(lScene.mSkippedPolygons, "polygon", "polygons") + " left out (fewer than 3 valid vertices)";
+    for (const std::string& lFile : pWritten.mFiles) lText += ", " + lFile;
+    return lText;
+}
+
 Step WriteStep(const std::string& pPath, MeshSlot& pMesh)
 {
-    return Step{"write", [&pPath, &pMesh] {
-                    const WriteSummary lWritten = WriteMesh(pMesh->Mesh(), pPath);
-                    std::string lText = std::string(FormatName(lWritten.mFormat)) + ": " +
-                                        CountOf(lWritten.mScene.mPolygons, "polygon", "polygons") +
-                                        (lWritten.mFormat == OutputFormat::eObj
-                                             ? std::string()
-                                             : " as " + CountOf(lWritten.mScene.mTriangles, "triangle", "triangles")) +
-                                        ", " +
-                                        CountOf(static_cast<long long>(lWritten.mScene.mVertices), "vertex", "vertices");
-                    if (lWritten.mScene.mSkippedPolygons > 0)
-                        lText += ", " + CountOf(lWritten.mScene.mSkippedPolygons, "polygon", "polygons") +
-                                 " left out (fewer than 3 valid vertices)";
-                    for (const std::string& lFile : lWritten.mFiles) lText += ", " + lFile;
-                    return lText;
-                }};
+    return Step{"write", [&pPath, &pMesh] { return DescribeWrite(WriteMesh(pMesh->Mesh(), pPath)); }};
 }
 
 std::string AngleStepName(double pDegrees)
@@ -109,7 +109,8 @@ void RunDemo(const DemoOptions& pOptions, std::ostream& pOut, std::ostream& pErr
     moxsdk::MoxMesh& lMesh = lModel.Mesh();
     const double lAngle = pOptions.mSmoothAngle;
     const std::vector<Step> lSteps = {
-        {"build model", [&] {
+        {"build model",
+         [&] {
              BuildDemoModel(pOptions.mModel, lModel);
              return DescribeTopology(lMesh) + ", " + CountOf(CountUVSets(lMesh), "UV set", "UV sets") + ", " +
                     CountOf(CountSkinWeights(lMesh), "skin weight", "skin weights");
@@ -127,7 +128,7 @@ void RunDemo(const DemoOptions& pOptions, std::ostream& pOut, std::ostream& pErr
     const long long lQuads = static_cast<long long>(pOptions.mModel.mSegments) * pOptions.mModel.mRings;
     lRunner.SetProgress(ProgressFromStart(pOptions) || (!pOptions.mQuiet && lQuads > sgProgressPolygons));
     RunSteps(lSteps, lRunner);
-    pOut << "moxmesh demo: " << DescribeDemoModel(pOptions.mModel) << "\n\n";
+    PrintTitle("moxmesh demo: " + DescribeDemoModel(pOptions.mModel), pOut);
     PrintSteps(lRunner.Records(), pOut);
 }
 
@@ -154,8 +155,7 @@ void RunProcess(const ProcessOptions& pOptions, std::ostream& pOut, std::ostream
     std::vector<Step> lSteps;
     StepRunner lRunner(0, pErr);  // the count is set once the steps are known
     lSteps.push_back(ReadStep(pOptions.mInput, lMesh, pOptions, lRunner, pErr));
-    if (pOptions.mClean)
-        lSteps.push_back({"RemoveBadPolygons", [&lMesh] { return RemoveBadPolygons(lMesh->Mesh()); }});
+    if (pOptions.mClean) lSteps.push_back({"RemoveBadPolygons", [&lMesh] { return RemoveBadPolygons(lMesh->Mesh()); }});
     lSteps.push_back({"BuildMeshEdgeArray", [&lMesh] { return BuildEdges(lMesh->Mesh()); }});
     if (pOptions.mSmoothAngle >= 0.0)
         lSteps.push_back({AngleStepName(pOptions.mSmoothAngle),
@@ -169,7 +169,7 @@ void RunProcess(const ProcessOptions& pOptions, std::ostream& pOut, std::ostream
     lRunner.SetStepCount(static_cast<int>(lSteps.size()));
     lRunner.SetProgress(ProgressFromStart(pOptions));
     RunSteps(lSteps, lRunner);
-    pOut << "moxmesh process: " << pOptions.mInput << " -> " << pOptions.mOutput << "\n\n";
+    PrintTitle("moxmesh process: " + pOptions.mInput + " -> " + pOptions.mOutput, pOut);
     PrintSteps(lRunner.Records(), pOut);
 }
 

@@ -13,8 +13,8 @@ namespace moxmeshtool {
 namespace {
 
 constexpr double sgPi = 3.14159265358979323846;
-constexpr double sgBulge = 0.15;        // the barrel's radius grows from 1 at the rims to 1 + sgBulge midway
-constexpr double sgLidUVRadius = 0.2;   // each lid is a disc of this radius in UV space
+constexpr double sgBulge = 0.15;       // the barrel's radius grows from 1 at the rims to 1 + sgBulge midway
+constexpr double sgLidUVRadius = 0.2;  // each lid is a disc of this radius in UV space
 constexpr int sgSideMaterial = 0;
 constexpr int sgLidMaterial = 1;
 
@@ -45,8 +45,8 @@ void AddUVs(const DemoModelOptions& pOptions, AttributeChannel& pUVs)
     pUVs.mComponents = 2;
     for (int r = 0; r <= pOptions.mRings; ++r)
         for (int s = 0; s <= pOptions.mSegments; ++s)
-            pUVs.mValues.insert(pUVs.mValues.end(), {1.0 - static_cast<double>(s) / pOptions.mSegments,
-                                                     0.5 * r / pOptions.mRings});
+            pUVs.mValues.insert(pUVs.mValues.end(),
+                                {1.0 - static_cast<double>(s) / pOptions.mSegments, 0.5 * r / pOptions.mRings});
     for (int lLid = 0; lLid < 2; ++lLid)
         for (int s = 0; s < pOptions.mSegments; ++s) {
             const double lAngle = 2.0 * sgPi * s / pOptions.mSegments;
@@ -114,9 +114,9 @@ void AddSkin(const DemoModelOptions& pOptions, ManagedMesh& pTarget)
 
 std::string DescribeDemoModel(const DemoModelOptions& pOptions)
 {
-    return "a barrel of " + std::to_string(pOptions.mSegments) + " x " + std::to_string(pOptions.mRings) +
-           " side quads (soft edges) with two " + std::to_string(pOptions.mSegments) +
-           "-sided lids (hard rims), UV seams, 2 materials, a skin of 2 clusters, and one bad polygon";
+    return "a skinned barrel: " + std::to_string(pOptions.mSegments) + " x " + std::to_string(pOptions.mRings) +
+           " side quads (soft edges), two " + std::to_string(pOptions.mSegments) +
+           "-sided lids (hard rims), UV seams, 2 materials, a skin of 2 clusters, 1 bad polygon (for the clean-up)";
 }
 
 MeshData MakeDemoModelData(const DemoModelOptions& pOptions)
@@ -133,8 +133,8 @@ MeshData MakeDemoModelData(const DemoModelOptions& pOptions)
     AddSide(pOptions, lData);
     AddLids(pOptions, lData);
     // The bad polygon: the lower rim's first side repeated into a triangle with a point twice.
-    AddPolygon(lData, {PointIndex(pOptions, 0, 0), PointIndex(pOptions, 0, 1), PointIndex(pOptions, 0, 1)},
-               {0, 1, 1}, sgSideMaterial);
+    AddPolygon(lData, {PointIndex(pOptions, 0, 0), PointIndex(pOptions, 0, 1), PointIndex(pOptions, 0, 1)}, {0, 1, 1},
+               sgSideMaterial);
     return lData;
 }
 

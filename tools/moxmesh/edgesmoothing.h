@@ -33,8 +33,7 @@ struct EdgeSmoothingSummary {
 // ClassifyEdges for the mesh's edge array (pEdgeToPolygons must be its edge-to-polygons map), stored on
 // layer 0 as the smoothing element (replacing one that is there). Throws std::bad_alloc when the element
 // could not be made.
-EdgeSmoothingSummary SetSmoothingFromAngle(moxsdk::MoxMesh& pMesh,
-                                           const moxsdk::MoxMesh::ComponentMap& pEdgeToPolygons,
+EdgeSmoothingSummary SetSmoothingFromAngle(moxsdk::MoxMesh& pMesh, const moxsdk::MoxMesh::ComponentMap& pEdgeToPolygons,
                                            double pMaxAngleDegrees);
 
 }  // namespace moxmeshtool

@@ -2,8 +2,7 @@
 
 namespace moxmeshtool {
 
-bool EdgePolygons(const moxsdk::MoxMesh::ComponentMap& pEdgeToPolygons, int pEdge, const int*& pPolygons,
-                  int& pCount)
+bool EdgePolygons(const moxsdk::MoxMesh::ComponentMap& pEdgeToPolygons, int pEdge, const int*& pPolygons, int& pCount)
 {
     pPolygons = nullptr;
     pCount = 0;

@@ -12,8 +12,7 @@ namespace moxmeshtool {
 
 // The polygons of edge pEdge: pCount entries from pPolygons. False (pCount 0) when the map has no valid
 // range for the edge.
-bool EdgePolygons(const moxsdk::MoxMesh::ComponentMap& pEdgeToPolygons, int pEdge, const int*& pPolygons,
-                  int& pCount);
+bool EdgePolygons(const moxsdk::MoxMesh::ComponentMap& pEdgeToPolygons, int pEdge, const int*& pPolygons, int& pCount);
 
 struct EdgeCounts {
     int mEdges = 0;

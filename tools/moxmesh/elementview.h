@@ -63,11 +63,16 @@ private:
     int Component(int pPolygon, int pPolygonVertex, int pControlPoint) const
     {
         switch (mMapping) {
-            case moxsdk::MoxLayerElement::eByControlPoint: return pControlPoint;
-            case moxsdk::MoxLayerElement::eByPolygonVertex: return pPolygonVertex;
-            case moxsdk::MoxLayerElement::eByPolygon: return pPolygon;
-            case moxsdk::MoxLayerElement::eByMesh: return 0;
-            default: return -1;
+            case moxsdk::MoxLayerElement::eByControlPoint:
+                return pControlPoint;
+            case moxsdk::MoxLayerElement::eByPolygonVertex:
+                return pPolygonVertex;
+            case moxsdk::MoxLayerElement::eByPolygon:
+                return pPolygon;
+            case moxsdk::MoxLayerElement::eByMesh:
+                return 0;
+            default:
+                return -1;
         }
     }
 

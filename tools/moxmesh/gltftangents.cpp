@@ -31,7 +31,8 @@ struct FileCloser {
 void LocateJson(std::FILE* pFile, bool pBinary, const std::string& pName, long& pOffset, size_t& pLength)
 {
     if (!pBinary) {
-        if (std::fseek(pFile, 0, SEEK_END) != 0) throw ToolError(pName, std::string("cannot read: ") + std::strerror(errno));
+        if (std::fseek(pFile, 0, SEEK_END) != 0)
+            throw ToolError(pName, std::string("cannot read: ") + std::strerror(errno));
         pOffset = 0;
         pLength = static_cast<size_t>(std::ftell(pFile));
         return;
@@ -69,7 +70,7 @@ int RenameColorAttributesInFile(const std::string& pPath, bool pBinary, const st
     LocateJson(lFile.get(), pBinary, pDisplayName, lOffset, lLength);
 
     std::string lJson(lLength, '\0');
-    if (std::fseek(lFile.get(), lOffset, SEEK_SET) != 0 || std::fread(&lJson[0], 1, lLength, lFile.get()) != lLength)
+    if (std::fseek(lFile.get(), lOffset, SEEK_SET) != 0 || std::fread(lJson.data(), 1, lLength, lFile.get()) != lLength)
         throw ToolError(pDisplayName, "cannot read back the written glTF file");
     const int lCount = RenameColorAttributes(lJson);
     if (lCount == 0) return 0;

@@ -4,7 +4,7 @@
 
 namespace moxmeshtool {
 
-ManagedMesh::ManagedMesh() : mManager(moxsdk::MoxManager::Create()), mMesh(nullptr)
+ManagedMesh::ManagedMesh() : mManager(moxsdk::MoxManager::Create())
 {
     if (!mManager) throw std::bad_alloc();
     mMesh = moxsdk::MoxMesh::Create(mManager, "mesh");

@@ -29,7 +29,7 @@ public:
 
 private:
     moxsdk::MoxManager* mManager;
-    moxsdk::MoxMesh* mMesh;
+    moxsdk::MoxMesh* mMesh = nullptr;
 };
 
 }  // namespace moxmeshtool

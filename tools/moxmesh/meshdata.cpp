@@ -39,8 +39,8 @@ std::string CheckControlPoints(const MeshData& pData)
     for (size_t i = 0; i < pData.mPolygonVertices.size(); ++i) {
         const int lPoint = pData.mPolygonVertices[i];
         if (lPoint < 0 || static_cast<size_t>(lPoint) >= lCount)
-            return "index out of range: " + PolygonOf(pData, i) + " uses vertex " + std::to_string(int64_t(lPoint) + 1) +
-                   ", but there are " + std::to_string(lCount) + " vertices";
+            return "index out of range: " + PolygonOf(pData, i) + " uses vertex " +
+                   std::to_string(int64_t(lPoint) + 1) + ", but there are " + std::to_string(lCount) + " vertices";
     }
     return {};
 }

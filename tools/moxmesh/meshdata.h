@@ -29,9 +29,9 @@ struct MeshData {
     std::vector<int> mPolygonVertices;   // control point per polygon vertex, polygon after polygon
     std::vector<int> mPolygonMaterials;  // material per polygon (-1: none); empty when there are no materials
     std::vector<std::string> mMaterialNames;
-    AttributeChannel mNormals;               // 3 components; empty when the mesh has no normals
-    std::vector<AttributeChannel> mUVSets;   // 2 components each
-    AttributeChannel mTangents;              // 4 components (w: handedness, +1 or -1); empty when none
+    AttributeChannel mNormals;              // 3 components; empty when the mesh has no normals
+    std::vector<AttributeChannel> mUVSets;  // 2 components each
+    AttributeChannel mTangents;             // 4 components (w: handedness, +1 or -1); empty when none
 
     size_t ControlPointCount() const { return mPositions.size() / 3; }
     size_t PolygonCount() const { return mPolygonSizes.size(); }

@@ -40,18 +40,12 @@ void ReadAttributes(MoxMesh& pMesh, MeshInfo& pInfo)
                               : "none";
 }
 
-// The winding check compares normals per control point. Normals stored otherwise are first averaged per
-// control point, each polygon vertex's normal weighted by the area of its corner (the length of the
-// corner's cross product), the weighting the check itself uses: faceted normals (one per polygon, as STL
-// has them) then average to exactly what the check expects of counter-clockwise polygons, and shared
-// normals (one per control point) stay what they are. A control point that no polygon uses gets no
-// normal at all (NaN): the check could otherwise match it against the (0, 0, 0) it expects for such a
-// point and decide the whole mesh on it.
 // Twice the area of the triangle that corner k of polygon p makes with its two neighbours; 0 when a
 // control point is out of range.
 double CornerArea(const MoxMesh& pMesh, int pPolygon, int pCorner)
 {
     const int lSize = pMesh.GetPolygonSize(pPolygon);
+    if (lSize < 1) return 0.0;
     const int lPoints[3] = {pMesh.GetPolygonVertex(pPolygon, (pCorner + lSize - 1) % lSize),
                             pMesh.GetPolygonVertex(pPolygon, pCorner),
                             pMesh.GetPolygonVertex(pPolygon, (pCorner + 1) % lSize)};
@@ -62,6 +56,13 @@ double CornerArea(const MoxMesh& pMesh, int pPolygon, int pCorner)
     return (lPositions[lPoints[2]] - lCurrent).CrossProduct(lPositions[lPoints[0]] - lCurrent).Length();
 }
 
+// The winding check compares normals per control point. Normals stored otherwise are first averaged per
+// control point, each polygon vertex's normal weighted by the area of its corner (the length of the
+// corner's cross product), the weighting the check itself uses: faceted normals (one per polygon, as STL
+// has them) then average to exactly what the check expects of counter-clockwise polygons, and shared
+// normals (one per control point) stay what they are. A control point that no polygon uses gets no
+// normal at all (NaN): the check could otherwise match it against the (0, 0, 0) it expects for such a
+// point and decide the whole mesh on it.
 bool AverageNormalsPerControlPoint(MoxMesh& pMesh)
 {
     moxsdk::MoxLayer* lLayer0 = pMesh.GetLayer(0);
@@ -72,11 +73,10 @@ bool AverageNormalsPerControlPoint(MoxMesh& pMesh)
     std::vector<bool> lUsed(lPointCount, false);
     {
         ElementView<MoxVector4> lNormals(lLayer0->GetNormals());
-        const int* lVertices = pMesh.GetPolygonVertices();
         for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
             const int lStart = pMesh.GetPolygonVertexIndex(p);
             for (int k = 0; k < pMesh.GetPolygonSize(p); ++k) {
-                const int lPoint = lVertices[lStart + k];
+                const int lPoint = pMesh.GetPolygonVertex(p, k);
                 MoxVector4 lNormal;
                 if (lPoint < 0 || lPoint >= lPointCount || !lNormals.Get(p, lStart + k, lPoint, lNormal)) continue;
                 lNormal[3] = 0.0;
@@ -140,6 +140,10 @@ MeshInfo GatherInfo(MoxMesh& pMesh, StepRunner& pRunner)
         lInfo.mBadPolygons = lInfo.mHasBadPolygons ? pMesh.RemoveBadPolygons() : 0;
         return std::to_string(lInfo.mBadPolygons) + " bad polygons";
     });
+    for (const StepRecord& lRecord : pRunner.Records()) {
+        if (lInfo.mLibraryReports == 0) lInfo.mFirstLibraryReport = lRecord.mFirstReport;
+        lInfo.mLibraryReports += lRecord.mReports;
+    }
     return lInfo;
 }
 

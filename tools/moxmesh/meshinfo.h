@@ -19,8 +19,8 @@ struct UVSetInfo {
 };
 
 enum class Winding {
-    eNoNormals,          // nothing to check
-    eCounterClockwise,   // the normals agree with counter-clockwise polygons
+    eNoNormals,         // nothing to check
+    eCounterClockwise,  // the normals agree with counter-clockwise polygons
     eNotCounterClockwise
 };
 
@@ -36,6 +36,8 @@ struct MeshInfo {
     int mMaterialsUsed = 0;  // distinct materials that polygons use
     std::string mNormals;    // "by polygon vertex, 2115 values", or "none"
     Winding mWinding = Winding::eNoNormals;
+    long mLibraryReports = 0;         // reports the library made while the info was gathered
+    std::string mFirstLibraryReport;  // the first of them
 };
 
 // Gathers the info of pMesh, one library operation per step of pRunner. The mesh is changed on the way

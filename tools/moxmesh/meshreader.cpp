@@ -34,7 +34,7 @@ std::string FormatName(const std::string& pExtension)
     if (pExtension == ".gltf") return "glTF";
     if (pExtension == ".glb") return "glTF binary";
     std::string lName = pExtension.substr(1);
-    std::transform(lName.begin(), lName.end(), lName.begin(), [](unsigned char c) { return std::toupper(c); });
+    std::transform(lName.begin(), lName.end(), lName.begin(), [](unsigned char pChar) { return std::toupper(pChar); });
     return lName;
 }
 
@@ -49,7 +49,7 @@ std::string ExtensionOf(const std::string& pPath)
         return {};
     std::string lExtension = pPath.substr(lDot);
     std::transform(lExtension.begin(), lExtension.end(), lExtension.begin(),
-                   [](unsigned char c) { return std::tolower(c); });
+                   [](unsigned char pChar) { return std::tolower(pChar); });
     return lExtension;
 }
 
@@ -63,8 +63,8 @@ std::unique_ptr<ManagedMesh> ReadMesh(const std::string& pPath)
     else if (lExtension.size() > 1 && AssimpReadsExtension(lExtension))
         ReadWithAssimp(pPath, FormatName(lExtension), *lMesh);
     else
-        throw ToolError(pPath, "unknown format" + (lExtension.empty() ? std::string(" (no extension)") :
-                                                                          " \"" + lExtension + "\"") +
+        throw ToolError(pPath, "unknown format" +
+                                   (lExtension.empty() ? std::string(" (no extension)") : " \"" + lExtension + "\"") +
                                    ": moxmesh reads OBJ and the formats Assimp reads (PLY, STL, glTF, OFF, ...)");
     return lMesh;
 }

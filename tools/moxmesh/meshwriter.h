@@ -1,5 +1,6 @@
 #pragma once
-// Writes a mesh as OBJ (positions, normals, UVs, polygons of any size, materials in a .mtl file) or as
+// Writes a mesh as OBJ (positions, normals, UVs, polygons of any size, materials in a .mtl file; a mesh
+// without normals is written without normals, though Assimp's OBJ exporter makes some up) or as
 // glTF 2.0 (.gltf with its .bin buffer, or .glb; triangulated as glTF requires, with normals, UVs and
 // tangents) through Assimp's exporters (sceneexport.h builds the scene). Every file is staged and moved
 // into place only once all of them are complete (stagedoutput.h).

@@ -101,8 +101,8 @@ void NoteIgnoredPrimitives(const tinyobj::ObjReader& pReader, std::vector<std::s
         lPoints += lShape.points.indices.size();
     }
     if (lLines + lPoints > 0)
-        pNotes.push_back(std::to_string(lLines) + " lines and " + std::to_string(lPoints) +
-                         " points are not polygons: left out");
+        pNotes.push_back("not polygons, left out: " + std::to_string(lLines) + (lLines == 1 ? " line, " : " lines, ") +
+                         std::to_string(lPoints) + (lPoints == 1 ? " point" : " points"));
 }
 
 // tinyobjloader reads bytes: a UTF-16 file would come out as an empty mesh, so it is named for what it is.
@@ -133,8 +133,8 @@ void ParseObj(const std::string& pPath, MeshData& pData, std::vector<std::string
     pData.mPositions.assign(lReader.GetAttrib().vertices.begin(), lReader.GetAttrib().vertices.end());
     CopyFaces(lReader, pData);
     if (pData.mPolygonSizes.empty())
-        throw ToolError(pPath, "no polygons: the file has " + std::to_string(pData.ControlPointCount()) +
-                                   " vertices and no faces");
+        throw ToolError(
+            pPath, "no polygons: the file has " + std::to_string(pData.ControlPointCount()) + " vertices and no faces");
     // tinyobjloader counts the vertices of a face in one byte.
     size_t lSum = 0;
     for (int lSize : pData.mPolygonSizes) lSum += static_cast<size_t>(lSize);

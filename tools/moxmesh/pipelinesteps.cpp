@@ -29,7 +29,8 @@ std::string DescribeNormals(const MoxMesh& pMesh)
     const moxsdk::MoxLayer* lLayer = pMesh.GetLayer(0);
     const auto* lNormals = lLayer ? lLayer->GetNormals() : nullptr;
     if (!lNormals) return "no normals";
-    return CountOf(lNormals->mDirectArray->GetCount(), "normal", "normals") + " " + MappingName(lNormals->GetMappingMode());
+    return CountOf(lNormals->mDirectArray->GetCount(), "normal", "normals") + " " +
+           MappingName(lNormals->GetMappingMode());
 }
 
 int CountTangentLayers(const MoxMesh& pMesh)
@@ -49,12 +50,18 @@ std::string CountOf(long long pCount, const std::string& pSingular, const std::s
 const char* MappingName(MoxLayerElement::EMappingMode pMapping)
 {
     switch (pMapping) {
-        case MoxLayerElement::eByControlPoint: return "by control point";
-        case MoxLayerElement::eByPolygonVertex: return "by polygon vertex";
-        case MoxLayerElement::eByPolygon: return "by polygon";
-        case MoxLayerElement::eByEdge: return "by edge";
-        case MoxLayerElement::eByMesh: return "for the whole mesh";
-        default: return "not mapped";
+        case MoxLayerElement::eByControlPoint:
+            return "by control point";
+        case MoxLayerElement::eByPolygonVertex:
+            return "by polygon vertex";
+        case MoxLayerElement::eByPolygon:
+            return "by polygon";
+        case MoxLayerElement::eByEdge:
+            return "by edge";
+        case MoxLayerElement::eByMesh:
+            return "for the whole mesh";
+        default:
+            return "not mapped";
     }
 }
 
@@ -70,7 +77,8 @@ int CountSkinWeights(const MoxMesh& pMesh)
     const auto* lSkin = static_cast<const moxsdk::MoxSkin*>(pMesh.GetDeformer(0, moxsdk::MoxDeformer::eSkin));
     int lCount = 0;
     for (int c = 0; lSkin && c < lSkin->GetClusterCount(); ++c)
-        if (const moxsdk::MoxCluster* lCluster = lSkin->GetCluster(c)) lCount += lCluster->GetControlPointIndicesCount();
+        if (const moxsdk::MoxCluster* lCluster = lSkin->GetCluster(c))
+            lCount += lCluster->GetControlPointIndicesCount();
     return lCount;
 }
 
@@ -95,7 +103,8 @@ std::string DescribePolygonSizes(const MoxMesh& pMesh)
             lOthers += lSize.second;
     }
     if (lOthers > 0) lText += ", " + std::to_string(lOthers) + " larger";
-    if (lDegenerate > 0) lText += (lText.empty() ? "" : ", ") + std::to_string(lDegenerate) + " of fewer than 3 vertices";
+    if (lDegenerate > 0)
+        lText += (lText.empty() ? "" : ", ") + std::to_string(lDegenerate) + " of fewer than 3 vertices";
     return lText;
 }
 
@@ -123,9 +132,9 @@ std::string SmoothByAngle(MoxMesh& pMesh, double pMaxAngleDegrees)
     MoxMesh::ComponentMap lPolygonToEdges;
     pMesh.ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
     const EdgeSmoothingSummary lSummary = SetSmoothingFromAngle(pMesh, lEdgeToPolygons, pMaxAngleDegrees);
-    return CountOf(lSummary.mSoft, "soft edge", "soft edges") + ", " + CountOf(lSummary.mHard, "hard edge", "hard edges") +
-           " (" + std::to_string(lSummary.mEdges.mBoundary) + " boundary, " +
-           std::to_string(lSummary.mEdges.mNonManifold) + " non-manifold)";
+    return CountOf(lSummary.mSoft, "soft edge", "soft edges") + ", " +
+           CountOf(lSummary.mHard, "hard edge", "hard edges") + " (" + std::to_string(lSummary.mEdges.mBoundary) +
+           " boundary, " + std::to_string(lSummary.mEdges.mNonManifold) + " non-manifold)";
 }
 
 std::string GenerateNormals(MoxMesh& pMesh, bool pByControlPoint)

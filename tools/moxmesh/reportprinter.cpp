@@ -27,11 +27,13 @@ std::string DescribeUVSets(const std::vector<UVSetInfo>& pUVSets)
 const char* DescribeWinding(Winding pWinding)
 {
     switch (pWinding) {
-        case Winding::eCounterClockwise: return "counter-clockwise (the normals agree with counter-clockwise polygons)";
+        case Winding::eCounterClockwise:
+            return "counter-clockwise (the normals agree with counter-clockwise polygons)";
         case Winding::eNotCounterClockwise:
             return "not counter-clockwise (no normal agrees with counter-clockwise polygons: clockwise winding or "
                    "inverted normals)";
-        case Winding::eNoNormals: break;
+        case Winding::eNoNormals:
+            break;
     }
     return "unknown (no normals to compare with)";
 }
@@ -53,6 +55,13 @@ std::vector<std::string> WrapAtCommas(const std::string& pText, size_t pWidth)
 }
 
 }  // namespace
+
+void PrintTitle(const std::string& pTitle, std::ostream& pOut)
+{
+    const std::vector<std::string> lLines = WrapAtCommas(pTitle, sgLineWidth);
+    for (size_t i = 0; i < lLines.size(); ++i) pOut << (i == 0 ? "" : "  ") << lLines[i] << '\n';
+    pOut << '\n';
+}
 
 void PrintSteps(const std::vector<StepRecord>& pRecords, std::ostream& pOut)
 {
@@ -92,6 +101,9 @@ void PrintInfo(const std::string& pFile, const std::string& pFormat, const MeshI
                   std::to_string(pInfo.mMaterials) + " (" + std::to_string(pInfo.mMaterialsUsed) + " used)", pOut);
     PrintInfoLine("normals", pInfo.mNormals, pOut);
     PrintInfoLine("winding", DescribeWinding(pInfo.mWinding), pOut);
+    if (pInfo.mLibraryReports > 0)
+        PrintInfoLine("library reports",
+                      std::to_string(pInfo.mLibraryReports) + " (the first: " + pInfo.mFirstLibraryReport + ")", pOut);
 }
 
 void PrintNotes(const std::string& pFile, const std::vector<std::string>& pNotes, std::ostream& pOut)

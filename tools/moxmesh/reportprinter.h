@@ -11,6 +11,10 @@
 
 namespace moxmeshtool {
 
+// pTitle, broken after commas into lines that fit the report's width, continuation lines indented; then
+// an empty line.
+void PrintTitle(const std::string& pTitle, std::ostream& pOut);
+
 // One line per step: name, time, result; under it, when the library made reports during the step, how
 // many and the first one. Then the total time.
 void PrintSteps(const std::vector<StepRecord>& pRecords, std::ostream& pOut);

@@ -68,9 +68,12 @@ MaterialTable ReadMaterials(MoxMesh& pMesh)
     const int lIndexCount = lElement->mIndexArray->GetCount();
     std::map<int, int> lExtraSlots;
     for (int p = 0; p < lPolygonCount; ++p) {
-        const int lComponent = lMapping == MoxLayerElement::eByPolygon ? p : lMapping == MoxLayerElement::eByMesh ? 0 : -1;
+        const int lComponent = lMapping == MoxLayerElement::eByPolygon ? p
+                               : lMapping == MoxLayerElement::eByMesh  ? 0
+                                                                       : -1;
         int lSlot = lComponent;
-        if (lIndexed) lSlot = lComponent >= 0 && lComponent < lIndexCount ? lElement->mIndexArray->GetAt(lComponent) : -1;
+        if (lIndexed)
+            lSlot = lComponent >= 0 && lComponent < lIndexCount ? lElement->mIndexArray->GetAt(lComponent) : -1;
         if (lSlot < 0) continue;
         if (lSlot >= lDirectCount) lExtraSlots.emplace(lSlot, 0);
         lTable.mMaterialOf[p] = lSlot;
@@ -105,10 +108,7 @@ bool IsWritable(const MoxMesh& pMesh, int pPolygon)
 // vertex with those values, adding it when new.
 class VertexTable {
 public:
-    explicit VertexTable(int pStride)
-        : mStride(pStride), mSet(1024, Hash{this}, Equal{this})
-    {
-    }
+    explicit VertexTable(int pStride) : mStride(pStride), mSet(1024, Hash{this}, Equal{this}) {}
 
     unsigned Find(int pPoint, const float* pValues)
     {
@@ -205,8 +205,8 @@ void FillVertices(const MoxMesh& pMesh, const CornerSources& pSources, const Ver
 }
 
 // One Assimp mesh holding pPolygons (all writable), with material pMaterial.
-aiMesh* BuildAiMesh(MoxMesh& pMesh, const std::vector<int>& pPolygons, unsigned pMaterial, const CornerSources& pSources,
-                  const SceneOptions& pOptions, SceneSummary& pSummary)
+aiMesh* BuildAiMesh(MoxMesh& pMesh, const std::vector<int>& pPolygons, unsigned pMaterial,
+                    const CornerSources& pSources, const SceneOptions& pOptions, SceneSummary& pSummary)
 {
     VertexTable lTable(pSources.Stride());
     std::vector<float> lValues(static_cast<size_t>(pSources.Stride()) + 1);
@@ -269,7 +269,7 @@ std::unique_ptr<aiScene> BuildScene(MoxMesh& pMesh, const SceneOptions& pOptions
         ++pSummary.mPolygons;
         pSummary.mTriangles += pMesh.GetPolygonSize(p) - 2;
     }
-    if (!lGroups.back().empty()) lMaterials.mNames.push_back("default");
+    if (!lGroups.back().empty()) lMaterials.mNames.emplace_back("default");
 
     // The scene owns every mesh as soon as it is made, so nothing leaks when memory runs out midway.
     auto lScene = std::make_unique<aiScene>();

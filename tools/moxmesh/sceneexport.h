@@ -30,10 +30,10 @@ struct SceneOptions {
 };
 
 struct SceneSummary {
-    int mPolygons = 0;          // polygons written
-    long long mTriangles = 0;   // the triangles they make (what glTF receives)
-    int mSkippedPolygons = 0;   // polygons left out (fewer than 3 vertices, or a control point out of range)
-    size_t mVertices = 0;       // Assimp vertices, over all meshes
+    int mPolygons = 0;         // polygons written
+    long long mTriangles = 0;  // the triangles they make (what glTF receives)
+    int mSkippedPolygons = 0;  // polygons left out (fewer than 3 vertices, or a control point out of range)
+    size_t mVertices = 0;      // Assimp vertices, over all meshes
     int mMaterials = 0;
     bool mNormals = false;
     int mUVSets = 0;

@@ -56,7 +56,7 @@ std::FILE* StagedOutput::Open(const std::string& pDestination)
         return lKnown->mFile;
     }
     std::string lTemplate = DirectoryOf(pDestination) + "/." + NameOf(pDestination) + ".moxmesh-XXXXXX";
-    const int lDescriptor = mkstemp(&lTemplate[0]);
+    const int lDescriptor = mkstemp(lTemplate.data());
     if (lDescriptor < 0) {
         Fail(pDestination, std::strerror(errno));
         return nullptr;

@@ -4,9 +4,7 @@
 
 namespace moxmeshtool {
 
-StepRunner::StepRunner(int pStepCount, std::ostream& pProgress) : mStepCount(pStepCount), mProgressStream(pProgress)
-{
-}
+StepRunner::StepRunner(int pStepCount, std::ostream& pProgress) : mStepCount(pStepCount), mProgressStream(pProgress) {}
 
 const StepRecord& StepRunner::Run(const std::string& pName, const std::function<std::string()>& pStep)
 {
@@ -21,7 +19,8 @@ const StepRecord& StepRunner::Run(const std::string& pName, const std::function<
     lRecord.mSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - lStart).count();
     lRecord.mReports = mReports.CountSinceMark();
     lRecord.mFirstReport = mReports.FirstSinceMark();
-    if (mProgress) mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds) << std::endl;
+    if (mProgress)
+        mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds) << std::endl;
     mRecords.push_back(lRecord);
     return mRecords.back();
 }

@@ -17,8 +17,8 @@
 namespace moxmeshtool {
 
 struct StepRecord {
-    std::string mName;         // e.g. "GenerateNormals"
-    std::string mResult;       // what the step produced, e.g. "2112 normals by polygon vertex"
+    std::string mName;    // e.g. "GenerateNormals"
+    std::string mResult;  // what the step produced, e.g. "2112 normals by polygon vertex"
     double mSeconds = 0.0;
     long mReports = 0;         // library reports made during the step
     std::string mFirstReport;  // the first of them

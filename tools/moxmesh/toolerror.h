@@ -11,8 +11,7 @@ class ToolError : public std::runtime_error {
 public:
     ToolError(const std::string& pFile, const std::string& pProblem)
         : std::runtime_error(pFile + ": " + OneLine(pProblem)), mFile(pFile), mProblem(OneLine(pProblem))
-    {
-    }
+    {}
 
     const std::string& File() const { return mFile; }
     const std::string& Problem() const { return mProblem; }
