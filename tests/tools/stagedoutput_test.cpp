@@ -1,5 +1,7 @@
 #include "stagedoutput.h"
 
+#include <csignal>
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -110,6 +112,23 @@ TEST(StagedOutput, RecordedFailureKeepsTheFirst)
     lOutput.Fail(lDir.File("b.obj"), "other");
     EXPECT_EQ(lOutput.Failure(), "No space left on device");
     EXPECT_THROW(lOutput.Commit(), ToolError);
+    EXPECT_TRUE(lDir.Entries().empty());
+}
+
+// An interrupt in the middle of writing removes the staged files before the process ends by it.
+TEST(StagedOutputDeathTest, InterruptRemovesStagedFiles)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    TempDir lDir;
+    EXPECT_EXIT(
+        {
+            StagedOutput::RemoveOnInterrupt();
+            StagedOutput lOutput;
+            std::fputs("partial", lOutput.Open(lDir.File("a.obj")));
+            std::fputs("partial", lOutput.Open(lDir.File("a.mtl")));
+            std::raise(SIGTERM);
+        },
+        ::testing::KilledBySignal(SIGTERM), "");
     EXPECT_TRUE(lDir.Entries().empty());
 }
 

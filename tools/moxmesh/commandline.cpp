@@ -17,8 +17,7 @@ constexpr const char* sgFooter =
 void AddCommonOptions(CLI::App& pCommand, CommonOptions& pOptions)
 {
     pCommand.add_flag("--progress", pOptions.mProgress,
-                      "Report each step on stderr as it goes (automatic for "
-                      "more than 100,000 polygons)");
+                      "Report each step on stderr as it goes (automatic for more than 100,000 polygons)");
     pCommand.add_flag("-q,--quiet", pOptions.mQuiet, "No progress and no notes on stderr (errors still)");
 }
 

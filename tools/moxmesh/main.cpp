@@ -3,8 +3,10 @@
 #include <iostream>
 
 #include "commandline.h"
+#include "stagedoutput.h"
 
 int main(int argc, char** argv)
 {
+    moxmeshtool::StagedOutput::RemoveOnInterrupt();
     return moxmeshtool::RunCommandLine(argc, argv, std::cout, std::cerr);
 }

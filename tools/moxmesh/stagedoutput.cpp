@@ -1,6 +1,7 @@
 #include "stagedoutput.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -33,7 +34,52 @@ mode_t DefaultFileMode()
     return static_cast<mode_t>(0666) & ~lMask;
 }
 
+// The temporary files that exist right now, for the interrupt handler, which may only call
+// async-signal-safe functions: a fixed table that the handler reads without allocating. A path longer
+// than a slot is not listed (its file is then left behind by an interrupt, and by nothing else).
+constexpr int sgSlotCount = 64;
+constexpr size_t sgSlotLength = 4096;
+struct Slot {
+    volatile sig_atomic_t mUsed;
+    char mPath[sgSlotLength];
+};
+Slot sgSlots[sgSlotCount];
+
+void Remember(const std::string& pTemporary)
+{
+    if (pTemporary.size() >= sgSlotLength) return;
+    for (Slot& lSlot : sgSlots)
+        if (!lSlot.mUsed) {
+            std::memcpy(lSlot.mPath, pTemporary.c_str(), pTemporary.size() + 1);
+            lSlot.mUsed = 1;
+            return;
+        }
+}
+
+void Forget(const std::string& pTemporary)
+{
+    for (Slot& lSlot : sgSlots)
+        if (lSlot.mUsed && pTemporary == lSlot.mPath) lSlot.mUsed = 0;
+}
+
+extern "C" void RemoveStagedAndRaise(int pSignal)
+{
+    for (Slot& lSlot : sgSlots)
+        if (lSlot.mUsed) unlink(lSlot.mPath);
+    std::signal(pSignal, SIG_DFL);
+    std::raise(pSignal);
+}
+
 }  // namespace
+
+void StagedOutput::RemoveOnInterrupt()
+{
+    struct sigaction lAction;
+    std::memset(&lAction, 0, sizeof lAction);
+    lAction.sa_handler = RemoveStagedAndRaise;
+    sigemptyset(&lAction.sa_mask);
+    for (int lSignal : {SIGINT, SIGTERM, SIGHUP}) sigaction(lSignal, &lAction, nullptr);
+}
 
 StagedOutput::Staged* StagedOutput::Find(const std::string& pDestination)
 {
@@ -70,6 +116,7 @@ std::FILE* StagedOutput::Open(const std::string& pDestination)
         return nullptr;
     }
     mFiles.push_back(Staged{pDestination, lTemplate, lFile});
+    Remember(lTemplate);
     return lFile;
 }
 
@@ -119,6 +166,7 @@ void StagedOutput::Commit()
             Discard();
             throw ToolError(lFile.mDestination, "cannot write: " + lProblem);
         }
+        Forget(lFile.mTemporary);
         mFiles.erase(mFiles.begin());
     }
 }
@@ -128,6 +176,7 @@ void StagedOutput::Discard()
     for (Staged& lFile : mFiles) {
         if (lFile.mFile) std::fclose(lFile.mFile);
         unlink(lFile.mTemporary.c_str());
+        Forget(lFile.mTemporary);
     }
     mFiles.clear();
 }

@@ -4,7 +4,8 @@
 // Each destination is written to a hidden temporary file in the destination's own directory
 // (".<name>.moxmesh-XXXXXX"). Commit renames them into place (a rename within one directory replaces
 // the destination in one step); until then the destinations are untouched. Whatever was not committed
-// is removed by Discard and by the destructor, so a failed write leaves no file at all.
+// is removed by Discard and by the destructor, so a failed write leaves no file at all; and, once
+// RemoveOnInterrupt has been called, by an interrupt (SIGINT, SIGTERM, SIGHUP) as well.
 
 #include <cstdio>
 #include <string>
@@ -41,6 +42,10 @@ public:
     void Commit();
     // Closes and removes every temporary file not yet committed.
     void Discard();
+
+    // Installs handlers for SIGINT, SIGTERM and SIGHUP that remove the temporary files of every
+    // StagedOutput in the process, then end the process by the signal as it would have ended anyway.
+    static void RemoveOnInterrupt();
 
 private:
     struct Staged {
