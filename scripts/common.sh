@@ -33,3 +33,6 @@ mox_require_packages()
 
 # The packages every build needs.
 MOX_BUILD_PACKAGES=(cmake g++ ninja-build)
+
+# The packages the moxmesh tool needs: command line, OBJ reading, the other formats and writing.
+MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev)

@@ -5,9 +5,9 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # The program the main job runs (a target name) and its default arguments.
-MAIN_COMMAND=(moxsdk_example_buildmesh)
+MAIN_COMMAND=(moxmesh demo)
 
-mox_require_packages "${MOX_BUILD_PACKAGES[@]}"
+mox_require_packages "${MOX_BUILD_PACKAGES[@]}" "${MOX_TOOL_PACKAGES[@]}"
 
 cd "$MOX_ROOT"
 cmake --preset run >/dev/null

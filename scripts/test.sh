@@ -10,8 +10,8 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # assimp-testmodels: sample model files for tests that read real-world meshes.
-mox_require_packages "${MOX_BUILD_PACKAGES[@]}" libgtest-dev libgmock-dev libbenchmark-dev pkg-config \
-    assimp-testmodels
+mox_require_packages "${MOX_BUILD_PACKAGES[@]}" "${MOX_TOOL_PACKAGES[@]}" libgtest-dev libgmock-dev \
+    libbenchmark-dev pkg-config assimp-testmodels
 
 cd "$MOX_ROOT"
 for preset in relwithdebinfo sanitize; do

@@ -1,0 +1,42 @@
+#include "memorybudget.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace moxmeshtool {
+namespace {
+
+// The process's data size now (VmData of /proc/self/status), in bytes; 0 when it cannot be read.
+size_t CurrentDataSize()
+{
+    std::FILE* lStatus = std::fopen("/proc/self/status", "r");
+    if (!lStatus) return 0;
+    char lLine[256];
+    unsigned long long lKilobytes = 0;
+    while (std::fgets(lLine, sizeof lLine, lStatus))
+        if (std::sscanf(lLine, "VmData: %llu kB", &lKilobytes) == 1) break;
+    std::fclose(lStatus);
+    return static_cast<size_t>(lKilobytes) * 1024;
+}
+
+}  // namespace
+
+MemoryBudget::MemoryBudget(size_t pBytes)
+{
+    const size_t lCurrent = CurrentDataSize();
+    if (lCurrent == 0 || getrlimit(RLIMIT_DATA, &mPrevious) != 0) return;
+    rlimit lLimit = mPrevious;
+    const rlim_t lWanted = static_cast<rlim_t>(lCurrent + pBytes);
+    if (lWanted < lCurrent) return;  // overflow: no bound worth setting
+    if (lLimit.rlim_max != RLIM_INFINITY && lWanted > lLimit.rlim_max) return;
+    if (lLimit.rlim_cur != RLIM_INFINITY && lWanted > lLimit.rlim_cur) return;
+    lLimit.rlim_cur = lWanted;
+    mActive = setrlimit(RLIMIT_DATA, &lLimit) == 0;
+}
+
+MemoryBudget::~MemoryBudget()
+{
+    if (mActive) setrlimit(RLIMIT_DATA, &mPrevious);
+}
+
+}  // namespace moxmeshtool

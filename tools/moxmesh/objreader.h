@@ -1,0 +1,23 @@
+#pragma once
+// Reads Wavefront OBJ files with tinyobjloader, keeping the file's own topology: every `v` becomes a
+// control point in file order, every face a polygon of its own size (nothing is triangulated), `vt` and
+// `vn` become per-polygon-vertex UV and normal elements in index-to-direct mode with the file's own
+// indices, and each face takes the material that `usemtl` names, as an index into the materials of the
+// file's material library. Objects and groups all go into the one mesh. (tinyobjloader itself drops faces
+// of fewer than 3 vertices, and reads at most 255 vertices per face: a larger face is an error.)
+
+#include <string>
+
+#include "managedmesh.h"
+#include "meshdata.h"
+
+namespace moxmeshtool {
+
+// Parses pPath into pData; findings that do not stop the reading go to pNotes. Throws ToolError for a
+// file that cannot be opened, is malformed, has no polygons or uses an index out of range.
+void ParseObj(const std::string& pPath, MeshData& pData, std::vector<std::string>& pNotes);
+
+// ParseObj, then builds pTarget's mesh from what was read.
+void ReadObj(const std::string& pPath, ManagedMesh& pTarget);
+
+}  // namespace moxmeshtool
