@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
 namespace moxsdk {
@@ -64,7 +65,10 @@ void MoxString::Assign(const char* pText)
     char* lData = nullptr;
     if (lLength > 0 && lLength < 0x7fffffff) {
         lData = static_cast<char*>(MoxMalloc(lLength + 1));
-        if (lData) std::memcpy(lData, pText, lLength + 1);
+        if (lData)
+            std::memcpy(lData, pText, lLength + 1);
+        else
+            MOX_REPORT("core/moxstring", "lData");
     }
     MoxFree(mData);
     mData = lData;

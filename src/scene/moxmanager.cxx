@@ -1,10 +1,14 @@
 #include "moxsdk/scene/moxmanager.h"
 
+#include "moxsdk/core/moxassert.h"
+
 namespace moxsdk {
 
 MoxManager* MoxManager::Create()
 {
-    return MoxNew<MoxManager>();
+    MoxManager* lManager = MoxNew<MoxManager>();
+    if (!lManager) MOX_REPORT("scene/moxmanager", "lManager");
+    return lManager;
 }
 
 void MoxManager::Destroy()

@@ -8,6 +8,7 @@
 #include "moxsdk/core/moxpair.h"
 #include "moxsdk/core/moxstring.h"
 #include "moxsdk/core/moxtypes.h"
+#include "support/moxtestsupport.h"
 
 using namespace moxsdk;
 
@@ -131,6 +132,21 @@ TEST(MoxValues, StringOwnsAndComparesBySign)
     MoxString lMoved(std::move(lB));
     EXPECT_STREQ(lMoved.Buffer(), "zz");
     EXPECT_EQ(MoxString(nullptr), lEmpty);
+}
+
+TEST(MoxValues, StringWithoutMemoryIsEmptyAndReported)
+{
+    MoxString lName("kept");
+    moxtest::ReportCapture lCapture;
+    {
+        moxtest::AllocationTracker lTracker;
+        lTracker.FailAll(true);
+        lName = "other";
+        MoxString lEmpty("");  // nothing to copy: no request, no report
+        EXPECT_TRUE(lEmpty.IsEmpty());
+    }
+    EXPECT_TRUE(lName.IsEmpty());
+    EXPECT_TRUE(lCapture.HasOnly("core/moxstring", "Assign", "lData"));
 }
 
 TEST(MoxValues, PairHoldsTwoMembers)

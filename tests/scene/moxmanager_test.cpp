@@ -154,3 +154,42 @@ TEST(MoxManager, EveryFailingAllocationLeavesNothingBehind)
         EXPECT_EQ(lTracker.Live(), 0) << "failing allocation " << lFail;
     }
 }
+
+TEST(MoxManager, ManagerWithoutMemoryIsReported)
+{
+    moxtest::ReportCapture lCapture;
+    moxtest::AllocationTracker lTracker;
+    lTracker.FailAll(true);
+    EXPECT_EQ(MoxManager::Create(), nullptr);
+    EXPECT_TRUE(lCapture.HasOnly("scene/moxmanager", "Create", "lManager"));
+}
+
+TEST(MoxManager, EachMissingPartOfANewObjectIsReportedOnce)
+{
+    MoxManager* lManager = MoxManager::Create();
+    moxtest::ReportCapture lCapture;
+    {
+        moxtest::AllocationTracker lTracker;
+        lTracker.FailAt(1);  // the object
+        EXPECT_EQ(MoxNode::Create(lManager, "node"), nullptr);
+        EXPECT_TRUE(lCapture.HasOnly("scene/moxobject", "AllocateObject", "lObject"));
+        lCapture.Clear();
+        lTracker.FailAt(2);  // the copy of its name: the object is made, unnamed
+        MoxNode* lNode = MoxNode::Create(lManager, "node");
+        ASSERT_NE(lNode, nullptr);
+        EXPECT_STREQ(lNode->GetName(), "");
+        EXPECT_TRUE(lCapture.HasOnly("core/moxstring", "Assign", "lData"));
+        lCapture.Clear();
+        // The manager's list of objects cannot grow past its first block of 4: the request after the
+        // object's own ones fails.
+        const long lBefore = lTracker.Requests();
+        ASSERT_NE(MoxNode::Create(lManager, ""), nullptr);
+        const long lPerObject = lTracker.Requests() - lBefore;
+        for (int i = 0; i < 2; ++i) ASSERT_NE(MoxNode::Create(lManager, ""), nullptr);
+        lTracker.FailAt(lPerObject + 1);
+        EXPECT_EQ(MoxNode::Create(lManager, ""), nullptr);
+        EXPECT_TRUE(lCapture.HasOnly("core/base/moxpointerlist", "AddRaw", "mData"));
+        EXPECT_EQ(lManager->GetObjectCount(), 4);
+    }
+    lManager->Destroy();
+}

@@ -3,7 +3,7 @@
 namespace moxsdk {
 
 // An owning, null-terminated string. Memory comes from MoxMalloc; when it cannot be had, the string
-// is empty.
+// is empty and the failure is reported as "lData" (file "core/moxstring", function "Assign").
 class MoxString {
 public:
     MoxString();

@@ -8,7 +8,8 @@ namespace moxsdk {
 
 class MoxManager {
 public:
-    // A new, empty manager; null when memory ran out.
+    // A new, empty manager; null, after the report "lManager" (file "scene/moxmanager"), when memory ran
+    // out.
     static MoxManager* Create();
     // Destroys every object the manager still owns, then the manager itself. Each object is destructed
     // first and all are freed afterwards, so no object's destruction reaches a freed neighbour. O(objects).
@@ -17,7 +18,8 @@ public:
     // Calls the class's factory (MoxClassId::Create), tracks the new object and, when pContainer is
     // given, records that the object was created in it. When pCloneFrom is given and the new object
     // can copy from it, its content is copied with Copy. Null for an invalid or abstract class, or when
-    // memory ran out (nothing is left behind then).
+    // memory ran out (nothing is left behind then; the part that could not be had reports it: the object
+    // in AllocateObject, a list entry in MoxPointerList).
     MoxObject* CreateNewObjectFromClassId(MoxClassId pClassId, const char* pName, MoxObject* pContainer = nullptr,
                                           const MoxObject* pCloneFrom = nullptr);
 

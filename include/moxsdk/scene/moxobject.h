@@ -22,6 +22,7 @@
 // it is told (OnReferenceDestroyed) and drops the pointer, so no pointer is left dangling.
 
 #include "moxsdk/core/base/moxpointerlist.h"
+#include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 #include "moxsdk/core/moxstring.h"
 
@@ -140,12 +141,16 @@ protected:
     static MoxObject* CreateObjectIn(const MoxClassId& pClassId, MoxObject* pContainer, const char* pName,
                                      const char* pFile);
 
-    // The uniform body of every class's Allocate.
+    // The uniform body of every class's Allocate. An object that cannot be had is reported as "lObject"
+    // (file "scene/moxobject") and gives null.
     template <class T>
     static MoxObject* AllocateObject(MoxManager& pManager, const char* pName, const MoxObject* pFrom)
     {
         T* lObject = MoxNew<T>(pManager, pName);
-        if (!lObject) return nullptr;
+        if (!lObject) {
+            MOX_REPORT("scene/moxobject", "lObject");
+            return nullptr;
+        }
         MoxObject* lBase = lObject;
         lBase->Construct(pFrom);
         lBase->SetObjectFlags(1, true);

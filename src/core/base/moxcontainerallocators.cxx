@@ -1,12 +1,21 @@
 #include "moxsdk/core/base/moxcontainerallocators.h"
 
+#include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
 namespace moxsdk {
 
+namespace {
+
+constexpr const char* sgFile = "core/base/moxcontainerallocators";
+
+}  // namespace
+
 void* MoxBaseAllocator::AllocateRecords(size_t pRecordCount) const
 {
-    return MoxMalloc(MoxAllocSize(pRecordCount, mRecordSize));
+    void* lRecords = MoxMalloc(MoxAllocSize(pRecordCount, mRecordSize));
+    if (!lRecords) MOX_REPORT(sgFile, "lRecords");
+    return lRecords;
 }
 
 void MoxBaseAllocator::FreeMemory(void* pRecord)
@@ -18,6 +27,7 @@ MoxHungryAllocator::MemoryBlock::MemoryBlock(size_t pSize)
     : mNextBlock(nullptr), mData(nullptr), mFreeData(nullptr), mEnd(nullptr)
 {
     mData = static_cast<char*>(MoxMalloc(pSize));
+    if (!mData) MOX_REPORT(sgFile, "mData");
     mFreeData = mData;
     // A block without memory keeps mEnd == mFreeData == nullptr and so refuses every request.
     mEnd = mData ? mData + pSize : nullptr;
@@ -85,7 +95,11 @@ bool MoxHungryAllocator::AddBlock(size_t pRecordCount)
 {
     const size_t lBytes = MoxAllocSize(pRecordCount, mRecordSize);
     MemoryBlock* lBlock = MoxNew<MemoryBlock>(lBytes);
-    if (!lBlock) return false;
+    if (!lBlock) {
+        MOX_REPORT(sgFile, "lBlock");
+        return false;
+    }
+    // The block has reported its own missing memory.
     if (!lBlock->mData && lBytes > 0) {
         MoxDelete(lBlock);
         return false;

@@ -9,11 +9,13 @@
 // caller's. Insert is O(kShortRun), or O(1) expected through the hash sets.
 //
 // Without memory for the runs, every pair goes to the hash sets; Insert returns eNoMemory when those
-// cannot grow either.
+// cannot grow either. A run block that cannot be had is reported (file "core/base/moxpairset", the
+// block's name); eNoMemory is left for the caller to report, with the name its algorithm gives.
 
 #include <cstdint>
 
 #include "core/base/moxint64set.h"
+#include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
 namespace moxsdk {
@@ -40,6 +42,7 @@ public:
     {
         mStart =
             pFirstCount > 0 ? static_cast<int*>(MoxCalloc(static_cast<size_t>(pFirstCount) + 1, sizeof(int))) : nullptr;
+        if (pFirstCount > 0 && !mStart) MOX_REPORT(kFile, "mStart");
         mFirstCount = mStart ? pFirstCount : 0;
     }
 
@@ -54,16 +57,21 @@ public:
     {
         if (mFirstCount == 0) return;
         mFill = static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(mFirstCount), sizeof(int))));
+        if (!mFill) {
+            MOX_REPORT(kFile, "mFill");
+            mFirstCount = 0;
+            return;
+        }
         int64_t lTotal = 0;
-        for (int f = 0; mFill && f < mFirstCount; ++f) {
+        for (int f = 0; f < mFirstCount; ++f) {
             const int lCount = mStart[f];
             mFill[f] = lCount > kShortRun ? kInHash : 0;
             mStart[f] = static_cast<int>(lTotal);
             lTotal += lCount > kShortRun ? 0 : lCount;
         }
-        mData =
-            mFill ? static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(lTotal) + 1, sizeof(int)))) : nullptr;
+        mData = static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(lTotal) + 1, sizeof(int))));
         if (!mData) {
+            MOX_REPORT(kFile, "mData");
             mFirstCount = 0;
             return;
         }
@@ -94,6 +102,7 @@ public:
     }
 
 private:
+    static constexpr const char* kFile = "core/base/moxpairset";
     static constexpr int kInHash = -1;
 
     int mFirstCount = 0;

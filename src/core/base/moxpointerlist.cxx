@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstring>
 
+#include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
 namespace moxsdk {
@@ -14,7 +15,10 @@ int MoxPointerListBase::AddRaw(void* pItem)
         const long long lWanted = mCapacity > 0 ? 2LL * mCapacity : 4;
         const int lCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
         void* lBlock = MoxRealloc(mData, MoxAllocSize(static_cast<size_t>(lCapacity), sizeof(void*)));
-        if (!lBlock) return -1;
+        if (!lBlock) {
+            MOX_REPORT("core/base/moxpointerlist", "mData");
+            return -1;
+        }
         mData = static_cast<void**>(lBlock);
         mCapacity = lCapacity;
     }

@@ -1,7 +1,8 @@
 #pragma once
 // MoxScratch: the working memory of one algorithm, an uninitialised block of plain values from
 // MoxMalloc that is freed with the object. Unlike MoxArray it makes no report when the memory cannot be
-// had: Get() is then null and the caller takes its own fallback path.
+// had: Get() is then null, and the caller reports the block under its own name and from its own
+// function, then takes its own fallback path.
 
 #include <cstddef>
 #include <cstdint>

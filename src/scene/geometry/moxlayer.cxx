@@ -11,12 +11,26 @@ constexpr const char* sgFile = "scene/geometry/moxlayer";
 
 static_assert(sizeof(MoxColor) == sizeof(MoxVector4), "colours and four-vectors share one type code");
 
-// Makes an element of class X; null unless the element and both of its arrays could be had.
+// True when pElement and both of its arrays could be had; otherwise reports, from pFunction, the first of
+// "lElement", "mDirectArray" and "mIndexArray" that is missing.
 template <class X>
-X* CreateElement(const char* pName)
+bool IsWhole(const X* pElement, const char* pFunction)
+{
+    const char* lMissing = !pElement                 ? "lElement"
+                           : !pElement->mDirectArray ? "mDirectArray"
+                           : !pElement->mIndexArray  ? "mIndexArray"
+                                                     : nullptr;
+    if (lMissing) _MoxAssert(sgFile, pFunction, __LINE__, lMissing);
+    return !lMissing;
+}
+
+// Makes an element of class X; null unless the element and both of its arrays could be had (what could
+// not is reported from pFunction).
+template <class X>
+X* CreateElement(const char* pName, const char* pFunction)
 {
     X* lElement = MoxNew<X>(pName);
-    if (lElement && (!lElement->mDirectArray || !lElement->mIndexArray)) {
+    if (!IsWhole(lElement, pFunction)) {
         MoxDelete(lElement);
         return nullptr;
     }
@@ -43,7 +57,7 @@ template <class X>
 X* CloneElement(const X* pSource, bool& pOk)
 {
     if (!pSource) return nullptr;
-    X* lCopy = CreateElement<X>(pSource->GetName());
+    X* lCopy = X::Create(nullptr, pSource->GetName());
     if (!lCopy || !lCopy->CopyFrom(*pSource)) pOk = false;
     return lCopy;
 }
@@ -81,16 +95,27 @@ char* CopyText(const char* pText)
     return lCopy;
 }
 
-// A new, empty value array for a user field of type pType; null for an unsupported type.
+// A new, empty value array of T for a user field; null, after the report "lArray" (from AddField, the
+// only caller), when memory ran out.
+template <class T>
+MoxLayerElementArray* NewFieldArrayOf()
+{
+    MoxLayerElementArray* lArray = MoxNew<MoxLayerElementArrayTemplate<T>>();
+    if (!lArray) _MoxAssert(sgFile, "AddField", __LINE__, "lArray");
+    return lArray;
+}
+
+// A new, empty value array for a user field of type pType; null for an unsupported type, or when memory
+// ran out (reported).
 MoxLayerElementArray* NewFieldArray(EMoxType pType)
 {
     switch (pType) {
-        case eMoxBool: return MoxNew<MoxLayerElementArrayTemplate<bool>>();
-        case eMoxInt: return MoxNew<MoxLayerElementArrayTemplate<int>>();
-        case eMoxFloat: return MoxNew<MoxLayerElementArrayTemplate<float>>();
-        case eMoxDouble: return MoxNew<MoxLayerElementArrayTemplate<double>>();
-        case eMoxDouble2: return MoxNew<MoxLayerElementArrayTemplate<MoxVector2>>();
-        case eMoxDouble4: return MoxNew<MoxLayerElementArrayTemplate<MoxVector4>>();
+        case eMoxBool: return NewFieldArrayOf<bool>();
+        case eMoxInt: return NewFieldArrayOf<int>();
+        case eMoxFloat: return NewFieldArrayOf<float>();
+        case eMoxDouble: return NewFieldArrayOf<double>();
+        case eMoxDouble2: return NewFieldArrayOf<MoxVector2>();
+        case eMoxDouble4: return NewFieldArrayOf<MoxVector4>();
         default: return nullptr;
     }
 }
@@ -172,7 +197,10 @@ void MoxLayerElementArray::Compact()
         return;
     }
     void* lBlock = MoxRealloc(mData, static_cast<size_t>(mCount) * mValueSize);
-    if (!lBlock) return;  // the larger block stays valid
+    if (!lBlock) {
+        MOX_REPORT(sgFile, "mData");
+        return;  // the larger block stays valid
+    }
     mData = static_cast<unsigned char*>(lBlock);
     mCapacity = mCount;
 }
@@ -289,7 +317,7 @@ void MoxLayerElement::CopyBase(const MoxLayerElement& pOther)
 #define MOX_LAYER_ELEMENT_BODY(pClass, pMapping, pReference)                                                          \
     pClass* pClass::Create(MoxLayerContainer* /*pOwner*/, const char* pName)                                          \
     {                                                                                                                 \
-        return CreateElement<pClass>(pName);                                                                          \
+        return CreateElement<pClass>(pName, __func__);                                                                \
     }                                                                                                                 \
     pClass::pClass(const char* pName) : MoxLayerElementTemplate(pName, pMapping, pReference) {}
 
@@ -318,8 +346,7 @@ MoxLayerElementUserData* MoxLayerElementUserData::Create(MoxLayerContainer* /*pO
 {
     if (pDataTypes.GetCount() != pDataNames.GetCount()) return nullptr;
     MoxLayerElementUserData* lElement = MoxNew<MoxLayerElementUserData>(pName, pId);
-    if (!lElement) return nullptr;
-    bool lOk = lElement->mDirectArray && lElement->mIndexArray;
+    bool lOk = IsWhole(lElement, __func__);
     for (int i = 0; lOk && i < pDataTypes.GetCount(); ++i) lOk = lElement->AddField(pDataTypes[i], pDataNames[i]);
     if (!lOk) {
         MoxDelete(lElement);
@@ -333,7 +360,7 @@ MoxLayerElementUserData* MoxLayerElementUserData::Create(MoxLayerContainer* /*pO
 {
     if (!pOther) return nullptr;
     MoxLayerElementUserData* lElement = MoxNew<MoxLayerElementUserData>(pOther->GetName(), pOther->mId);
-    if (lElement && (!lElement->mDirectArray || !lElement->mIndexArray || !lElement->CopyFrom(*pOther))) {
+    if (!IsWhole(lElement, __func__) || !lElement->CopyFrom(*pOther)) {
         MoxDelete(lElement);
         return nullptr;
     }
@@ -420,6 +447,7 @@ bool MoxLayerElementUserData::AddField(const MoxDataType& pType, const char* pNa
 {
     MoxLayerElementArray* lArray = NewFieldArray(pType.GetType());
     char* lName = CopyText(pName);
+    if (!lName) MOX_REPORT(sgFile, "lName");
     const int lField = mFields.GetCount();
     bool lOk = lArray && lName && mFields.Add(lArray) == lField;
     lOk = lOk && mDataNames.Add(lName) == lField;

@@ -1,5 +1,7 @@
 #include "moxsdk/scene/geometry/moxlayercontainer.h"
 
+#include "moxsdk/core/moxassert.h"
+
 namespace moxsdk {
 
 namespace {
@@ -76,7 +78,10 @@ int MoxLayerContainer::GetLayerIndex(int pIndex, MoxLayerElement::EType pType, b
 int MoxLayerContainer::CreateLayer()
 {
     MoxLayer* lLayer = MoxNew<MoxLayer>();
-    if (!lLayer) return -1;
+    if (!lLayer) {
+        MOX_REPORT("scene/geometry/moxlayercontainer", "lLayer");
+        return -1;
+    }
     const int lIndex = mLayerArray.Add(lLayer);
     if (lIndex < 0) MoxDelete(lLayer);
     return lIndex;

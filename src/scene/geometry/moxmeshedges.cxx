@@ -31,6 +31,11 @@
 // - A null fill function is reported and the walk goes on without calling it. When the walk's scratch
 //   memory runs out, it reports "lEdgeStarts" and registers no further edge.
 // - BeginGetMeshEdgeVertices that cannot size its array leaves the cache unbuilt (queries then scan).
+// - Every acceleration block that cannot be had is reported with its name, from the public operation that
+//   needed it, and the operation goes on along the plain path with the same result: "lKeys", "lSorted"
+//   and "lStarts" (BeginAddMeshEdgeIndex: the edge set is then filled by insertion), "mFirst" and
+//   "mOthers" (BeginGetMeshEdgeIndexForPolygon: edge positions are then searched), "lFreed"
+//   (RemoveDuplicatedEdges: the edges are then removed one by one).
 // - The map walks treat a control point outside the map (negative, or added after Begin) as having no
 //   corners, and the scan of the five-argument SetMeshEdgeIndex finds nothing on a mesh without polygons.
 // - A polygon record is read once per query, so an out-of-range polygon index is reported once.
@@ -75,6 +80,8 @@ class EdgePositionIndex {
 public:
     EdgePositionIndex(const MoxArray<int>& pEdges, int pPolygonVertexCount);
     bool IsValid() const { return mFirst.Get() && mOthers.Get(); }
+    // The name of the table whose memory could not be had, null when both were.
+    const char* MissingTable() const { return !mFirst.Get() ? "mFirst" : !mOthers.Get() ? "mOthers" : nullptr; }
     int Find(int pValue) const;
 
 private:
@@ -330,11 +337,15 @@ MoxPair<int, int> EdgeSetEdge(uint64_t pKey)
 // Writes pKeys (edge-set keys of edges whose smaller control point is below pControlPointsCount) to
 // pSorted in the set's order, in linear time: a counting sort by larger control point for those below
 // pControlPointsCount, each group (one control point's edges: short, except at a fan's apex) then put in
-// order by smaller control point, and the rest after them. False without memory for the counts.
+// order by smaller control point, and the rest after them. False, after the report "lStarts", without
+// memory for the counts.
 bool SortEdgeKeys(const uint64_t* pKeys, int pCount, int pControlPointsCount, uint64_t* pSorted)
 {
     MoxScratch<int> lStarts(int64_t(pControlPointsCount) + 1);
-    if (!lStarts.Get()) return false;
+    if (!lStarts.Get()) {
+        _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lStarts");
+        return false;
+    }
     std::fill(lStarts.Get(), lStarts.Get() + pControlPointsCount + 1, 0);
     const auto lGroup = [pControlPointsCount](uint64_t pKey) {
         const int lLarger = EdgeSetEdge(pKey).mSecond;
@@ -357,7 +368,7 @@ bool SortEdgeKeys(const uint64_t* pKeys, int pCount, int pControlPointsCount, ui
 // Enters every existing edge into the map's edge set as (smaller, larger) control point, skipping edges
 // with a negative end and reporting those whose start is not a control point. The keys are sorted first
 // (SortEdgeKeys) and the tree is built from them in one pass (MoxSet::BuildSorted), in O(n) instead of
-// one O(log n) descent per edge; without memory for the keys they are inserted one by one.
+// one O(log n) descent per edge; without memory for the keys (reported) they are inserted one by one.
 void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
 {
     pMesh.BeginGetMeshEdgeVertices();
@@ -365,6 +376,7 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
     auto& lEdgeSet = pMesh.mV2PVMap.mEdgeSet;
     lEdgeSet.Reserve(lEdgeCount);
     MoxScratch<uint64_t> lKeys(lEdgeCount);
+    if (!lKeys.Get()) _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lKeys");
     int lKeyCount = 0;
     for (int e = 0; e < lEdgeCount; ++e) {
         int lStart = -1;
@@ -383,6 +395,7 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
         }
     }
     MoxScratch<uint64_t> lSorted(lKeyCount);
+    if (!lSorted.Get()) _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lSorted");
     uint64_t* lOrder = lSorted.Get() && SortEdgeKeys(lKeys.Get(), lKeyCount, pControlPointsCount, lSorted.Get())
                            ? lSorted.Get()
                            : lKeys.Get();
@@ -578,11 +591,14 @@ int CompactValues(void* pData, int pValueSize, int pCount, const int* pList, int
 // Drops the listed positions (an increasing list, all below the count) from the edge array, leaving in
 // the freed slots what removing them one by one from the last does: each such RemoveAt frees the slot
 // after the new last value and leaves there the last value of that moment. False, nothing changed,
-// without memory for those values.
+// after the report "lFreed", without memory for those values.
 bool CompactEdgeArray(MoxArray<int>& pEdges, const int* pList, int pListCount)
 {
     MoxScratch<int> lFreed(pListCount);
-    if (!lFreed.Get()) return false;
+    if (!lFreed.Get()) {
+        _MoxAssert(sgFile, "RemoveDuplicatedEdges", __LINE__, "lFreed");
+        return false;
+    }
     const int lCount = pEdges.GetCount();
     int* lData = pEdges.GetArray();
     int lLast = lCount - 1;  // the last position not yet removed, before removal i
@@ -926,6 +942,7 @@ void MoxMesh::BeginGetMeshEdgeIndexForPolygon()
     BeginAddMeshEdgeIndex();
     if (!mV2PVMap.mValid) return;
     const EdgePositionIndex lPositions(mEdgeArray, mPolygonVertices.GetCount());
+    if (const char* lMissing = lPositions.MissingTable()) MOX_REPORT(sgFile, lMissing);
     sgEdgeArray = &mEdgeArray;
     sgEdgePositions = lPositions.IsValid() ? &lPositions : nullptr;
     int lCount = 0;

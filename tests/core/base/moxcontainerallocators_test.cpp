@@ -367,4 +367,59 @@ TEST(MoxHungryAllocator, SetClearAndReleaseKeepsRepeatedCyclesFromGrowingThePool
     EXPECT_EQ(lSet.GetSize(), 0);
 }
 
+// ---- Reports of refused heap requests: one per failure, where the request was made ------------------
+
+constexpr const char* kFile = "core/base/moxcontainerallocators";
+
+TEST(MoxBaseAllocator, RefusedRecordsAreReportedOnce)
+{
+    moxtest::AllocationTracker lTracker;
+    MoxBaseAllocator lAllocator(16);
+    moxtest::ReportCapture lCapture;
+    lTracker.FailAll(true);
+    EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "AllocateRecords", "lRecords"));
+    lCapture.Clear();
+    lTracker.FailAll(false);
+    void* lRecord = lAllocator.AllocateRecords(1);
+    EXPECT_NE(lRecord, nullptr);
+    EXPECT_EQ(lCapture.Count(), 0u);
+    MoxBaseAllocator::FreeMemory(lRecord);
+}
+
+TEST(MoxHungryMemoryBlock, MissingMemoryIsReported)
+{
+    moxtest::AllocationTracker lTracker;
+    moxtest::ReportCapture lCapture;
+    lTracker.FailAll(true);
+    MemoryBlock lBlock(64);
+    EXPECT_EQ(lBlock.GetData(), nullptr);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "MemoryBlock", "mData"));
+}
+
+TEST(MoxHungryAllocator, MissingBlockObjectOrBlockMemoryIsReportedOnce)
+{
+    moxtest::AllocationTracker lTracker;
+    MoxHungryAllocator lAllocator(16);
+    moxtest::ReportCapture lCapture;
+    lTracker.FailAt(1);  // the block object
+    EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "AddBlock", "lBlock"));
+    lCapture.Clear();
+    lTracker.FailAt(2);  // the block's memory
+    EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "MemoryBlock", "mData"));
+    lCapture.Clear();
+    lTracker.FailAt(1);
+    lAllocator.Reserve(4);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "AddBlock", "lBlock"));
+    lCapture.Clear();
+    // A set over the allocator passes the null on without a report of its own.
+    moxsdk::MoxSet<int, moxsdk::MoxLessCompare<int>, MoxHungryAllocator> lSet;
+    lTracker.FailAt(1);
+    EXPECT_EQ(lSet.Insert(3).mFirst, nullptr);
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "AddBlock", "lBlock"));
+    EXPECT_EQ(lSet.GetSize(), 0);
+}
+
 }  // namespace

@@ -79,3 +79,19 @@ TEST(MoxPointerList, FailedGrowthKeepsTheList)
     EXPECT_EQ(lList.GetCount(), 4);
     EXPECT_EQ(lList.GetAt(3), &a);
 }
+
+TEST(MoxPointerList, FailedGrowthIsReportedOnce)
+{
+    int a = 0;
+    MoxPointerList<int> lList;
+    moxtest::ReportCapture lCapture;
+    {
+        moxtest::AllocationTracker lTracker;
+        lTracker.FailAll(true);
+        EXPECT_EQ(lList.Add(&a), -1);
+    }
+    EXPECT_TRUE(lCapture.HasOnly("core/base/moxpointerlist", "AddRaw", "mData"));
+    lCapture.Clear();
+    EXPECT_EQ(lList.Add(&a), 0);
+    EXPECT_EQ(lCapture.Count(), 0u);
+}

@@ -546,7 +546,13 @@ TEST(MoxRedBlackTreeFailure, InsertWithoutMemoryFailsCleanly)
     }
     EXPECT_EQ(Counted::sLive, 0);
     EXPECT_EQ(lTracker.Live(), 0);
-    EXPECT_EQ(lCapture.Count(), 0u);
+    // Each refused record is reported once, by the allocator; the tree adds no report of its own.
+    ASSERT_EQ(lCapture.Count(), 2u);
+    for (const moxtest::Report& lReport : lCapture.Reports()) {
+        EXPECT_EQ(lReport.mFile, "core/base/moxcontainerallocators");
+        EXPECT_EQ(lReport.mFunction, "AllocateRecords");
+        EXPECT_EQ(lReport.mMessage, "lRecords");
+    }
 }
 
 TEST(MoxRedBlackTreeFailure, HungryAllocatorWithoutMemoryFailsCleanly)

@@ -96,6 +96,31 @@ TEST(MoxPairSet, WithoutMemoryForTheRunsEveryPairGoesToTheHashSets)
     EXPECT_EQ(lTracker.Live(), 0);
 }
 
+TEST(MoxPairSet, EachMissingRunBlockIsReportedOnceByName)
+{
+    const char* const lNames[] = {"mStart", "mFill", "mData"};
+    const char* const lFunctions[] = {"BeginCounting", "EndCounting", "EndCounting"};
+    moxtest::AllocationTracker lTracker;
+    for (int lFail = 1; lFail <= 3; ++lFail) {
+        moxtest::ReportCapture lCapture;
+        MoxPairSet lSet;
+        lTracker.FailAt(lFail);
+        lSet.BeginCounting(10);
+        for (int f = 0; f < 10; ++f) lSet.Count(f);
+        lSet.EndCounting();
+        lTracker.FailAt(0);
+        EXPECT_TRUE(lCapture.HasOnly("core/base/moxpairset", lFunctions[lFail - 1], lNames[lFail - 1])) << lFail;
+    }
+    // No runs asked for, no request and no report.
+    moxtest::ReportCapture lCapture;
+    MoxPairSet lEmpty;
+    lTracker.FailAll(true);
+    lEmpty.BeginCounting(0);
+    lEmpty.EndCounting();
+    lTracker.FailAll(false);
+    EXPECT_EQ(lCapture.Count(), 0u);
+}
+
 TEST(MoxScratch, HoldsTheBlockAndFreesIt)
 {
     moxtest::AllocationTracker lTracker;

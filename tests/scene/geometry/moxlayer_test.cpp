@@ -408,6 +408,64 @@ TEST(MoxLayerElement, CreateFailsCleanlyWithoutMemory)
     }
 }
 
+TEST(MoxLayerElement, EachMissingPartOfANewElementIsReportedFromCreate)
+{
+    const char* const lParts[] = {"lElement", "mDirectArray", "mIndexArray"};
+    for (int lFail = 1; lFail <= 3; ++lFail) {
+        moxtest::AllocationTracker lTracker;
+        moxtest::ReportCapture lCapture;
+        lTracker.FailAt(lFail);  // the element, then its direct array, then its index array (no name to copy)
+        EXPECT_EQ(MoxLayerElementNormal::Create(nullptr, ""), nullptr);
+        EXPECT_TRUE(lCapture.HasOnly(kFile, "Create", lParts[lFail - 1])) << lFail;
+        EXPECT_EQ(lTracker.Live(), 0);
+    }
+}
+
+TEST(MoxLayerElementArray, FailedShrinkIsReportedAndKeepsTheValues)
+{
+    MoxLayerElementArrayTemplate<int> lArray;
+    for (int i = 0; i < 10; ++i) lArray.Add(i);
+    moxtest::ReportCapture lCapture;
+    {
+        moxtest::AllocationTracker lTracker;
+        lTracker.FailAll(true);
+        lArray.Compact();
+    }
+    EXPECT_TRUE(lCapture.HasOnly(kFile, "Compact", "mData"));
+    EXPECT_TRUE(lArray.IsValid());
+    ASSERT_EQ(lArray.GetCount(), 10);
+    EXPECT_EQ(lArray.GetAt(9), 9);
+}
+
+TEST(MoxLayerElementUserData, EachMissingPartIsReportedByName)
+{
+    MoxArray<MoxDataType> lTypes;
+    lTypes.Add(MoxDataType(eMoxInt));
+    MoxArray<const char*> lNames;
+    lNames.Add("f0");
+    // The element, its two arrays, then the first field's value array and the copy of its name.
+    const char* const lFunctions[] = {"Create", "Create", "Create", "AddField", "AddField"};
+    const char* const lParts[] = {"lElement", "mDirectArray", "mIndexArray", "lArray", "lName"};
+    for (int lFail = 1; lFail <= 5; ++lFail) {
+        moxtest::AllocationTracker lTracker;
+        moxtest::ReportCapture lCapture;
+        lTracker.FailAt(lFail);
+        EXPECT_EQ(MoxLayerElementUserData::Create(nullptr, "", 7, lTypes, lNames), nullptr);
+        EXPECT_TRUE(lCapture.HasOnly(kFile, lFunctions[lFail - 1], lParts[lFail - 1])) << lFail;
+        EXPECT_EQ(lTracker.Live(), 0);
+    }
+    ElementHolder<MoxLayerElementUserData> lSource(MoxLayerElementUserData::Create(nullptr, "", 7, lTypes, lNames));
+    ASSERT_NE(lSource.mElement, nullptr);
+    for (int lFail = 1; lFail <= 3; ++lFail) {
+        moxtest::AllocationTracker lTracker;
+        moxtest::ReportCapture lCapture;
+        lTracker.FailAt(lFail);
+        EXPECT_EQ(MoxLayerElementUserData::Create(nullptr, lSource.mElement), nullptr);
+        EXPECT_TRUE(lCapture.HasOnly(kFile, "Create", lParts[lFail - 1])) << lFail;
+        EXPECT_EQ(lTracker.Live(), 0);
+    }
+}
+
 TEST(MoxLayerElementUserData, FieldsAndTypes)
 {
     ElementHolder<MoxLayerElementUserData> lUser(MakeUserData({eMoxBool, eMoxInt, eMoxFloat, eMoxDouble}));

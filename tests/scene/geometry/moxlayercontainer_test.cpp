@@ -140,3 +140,18 @@ TEST_F(LayerContainerTest, CopyDeepCopiesTheLayers)
     EXPECT_NE(lCopy->GetLayer(1)->GetHole(), lHole);
     EXPECT_TRUE(lCopy->GetLayer(1)->GetHole()->GetDirectArray().GetAt(0));
 }
+
+TEST_F(LayerContainerTest, LayerWithoutMemoryIsReportedOnce)
+{
+    moxtest::ReportCapture lCapture;
+    moxtest::AllocationTracker lTracker;
+    lTracker.FailAt(1);  // the layer
+    EXPECT_EQ(mContainer->CreateLayer(), -1);
+    EXPECT_TRUE(lCapture.HasOnly("scene/geometry/moxlayercontainer", "CreateLayer", "lLayer"));
+    lCapture.Clear();
+    lTracker.FailAt(2);  // the first block of the layer list
+    EXPECT_EQ(mContainer->CreateLayer(), -1);
+    EXPECT_TRUE(lCapture.HasOnly("core/base/moxpointerlist", "AddRaw", "mData"));
+    EXPECT_EQ(mContainer->GetLayerCount(), 0);
+    EXPECT_EQ(lTracker.Live(), 0);
+}

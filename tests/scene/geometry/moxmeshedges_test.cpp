@@ -583,6 +583,96 @@ TEST(MoxMeshEdgeEditing, AllocationFailureReportsTheBlockAndLeaksNothing)
     }
 }
 
+// What an operation gives on the cube, and the reports of one run of it.
+struct FailureRun {
+    std::vector<int> mResult;
+    std::vector<moxtest::Report> mReports;
+};
+
+// Runs pOperation on a fresh cube with its edge table, with request n failing for n = 1, 2, ... until a run
+// reaches no failure; gives each failing run, then the run without failure. Nothing may leak.
+std::vector<FailureRun> RunWithEachRequestFailing(std::vector<int> (*pOperation)(MoxMesh&))
+{
+    std::vector<FailureRun> lRuns;
+    moxtest::AllocationTracker lTracker;
+    for (long n = 1;; ++n) {
+        const long lLive = lTracker.Live();
+        bool lFailed = false;
+        {
+            moxtest::ManagerScope lScope;
+            MoxMesh* lMesh = lScope.NewMesh();
+            moxtest::MakeCube(*lMesh);
+            lMesh->BuildMeshEdgeArray();
+            moxtest::ReportCapture lCapture;
+            const long lFailures = lTracker.Failures();
+            lTracker.FailAt(n);
+            std::vector<int> lResult = pOperation(*lMesh);
+            lTracker.FailAt(0);
+            lFailed = lTracker.Failures() > lFailures;
+            lRuns.push_back({lResult, lCapture.Reports()});
+        }
+        EXPECT_EQ(lTracker.Live(), lLive) << n;
+        if (!lFailed) return lRuns;
+    }
+}
+
+// The run whose only report is pMessage from pFunction of the mesh, or null.
+const FailureRun* RunReportingOnly(const std::vector<FailureRun>& pRuns, const char* pFunction, const char* pMessage)
+{
+    for (const FailureRun& lRun : pRuns)
+        if (lRun.mReports.size() == 1 && lRun.mReports[0].mFile == kFile && lRun.mReports[0].mFunction == pFunction &&
+            lRun.mReports[0].mMessage == pMessage)
+            return &lRun;
+    return nullptr;
+}
+
+TEST(MoxMeshEdgeEditing, AccelerationBlocksWithoutMemoryAreReportedAndTheResultStays)
+{
+    struct Case {
+        std::vector<int> (*mOperation)(MoxMesh&);
+        const char* mFunction;
+        std::vector<const char*> mBlocks;
+    };
+    const Case lCases[] = {
+        {[](MoxMesh& pMesh) {
+             pMesh.BeginAddMeshEdgeIndex();
+             return std::vector<int>{pMesh.mV2PVMap.mValid ? pMesh.mV2PVMap.mEdgeSet.GetSize() : -1};
+         },
+         "BeginAddMeshEdgeIndex",
+         {"lKeys", "lSorted", "lStarts"}},
+        {[](MoxMesh& pMesh) {
+             pMesh.BeginGetMeshEdgeIndexForPolygon();
+             std::vector<int> lEdges;
+             for (int p = 0; p < pMesh.GetPolygonCount(); ++p)
+                 for (int k = 0; k < 4; ++k) lEdges.push_back(pMesh.GetMeshEdgeIndexForPolygon(p, k));
+             pMesh.EndGetMeshEdgeIndexForPolygon();
+             return lEdges;
+         },
+         "BeginGetMeshEdgeIndexForPolygon",
+         {"mFirst", "mOthers"}},
+        {[](MoxMesh& pMesh) {
+             MoxArray<int> lList;
+             lList.Add(0);
+             lList.Add(2);
+             pMesh.RemoveDuplicatedEdges(lList);
+             return Values(pMesh.mEdgeArray);
+         },
+         "RemoveDuplicatedEdges",
+         {"lFreed"}},
+    };
+    for (const Case& lCase : lCases) {
+        SCOPED_TRACE(lCase.mFunction);
+        const std::vector<FailureRun> lRuns = RunWithEachRequestFailing(lCase.mOperation);
+        for (size_t i = 0; i + 1 < lRuns.size(); ++i) EXPECT_FALSE(lRuns[i].mReports.empty()) << i + 1;
+        EXPECT_TRUE(lRuns.back().mReports.empty());
+        for (const char* lBlock : lCase.mBlocks) {
+            const FailureRun* lRun = RunReportingOnly(lRuns, lCase.mFunction, lBlock);
+            ASSERT_NE(lRun, nullptr) << lBlock;
+            EXPECT_EQ(lRun->mResult, lRuns.back().mResult) << lBlock;
+        }
+    }
+}
+
 // ---- Edge queries ------------------------------------------------------------------------------------
 
 TEST(MoxMeshEdgeQueries, GetMeshEdgeIndexFindsTheSharedEdgeEitherWay)

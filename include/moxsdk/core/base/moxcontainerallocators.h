@@ -9,6 +9,10 @@
 //
 // Records are placed at the address handed out; an allocator never realigns them, so their alignment
 // follows from the record size and the heap's alignment only.
+//
+// A heap request that fails is reported through _MoxAssert with the file
+// "core/base/moxcontainerallocators" and the name of the pointer that came back null, once, where the
+// request was made; the containers above pass the null on without a report of their own.
 
 #include <cstddef>
 
@@ -21,7 +25,8 @@ public:
 
     // Does nothing: there is no pool to fill.
     void Reserve(size_t /*pRecordCount*/) {}
-    // MoxMalloc(pRecordCount x record size); nullptr when the heap refuses or the size overflows.
+    // MoxMalloc(pRecordCount x record size); nullptr, after the report "lRecords", when the heap refuses
+    // or the size overflows.
     void* AllocateRecords(size_t pRecordCount = 1) const;
     // MoxFree(pRecord).
     static void FreeMemory(void* pRecord);
@@ -49,7 +54,9 @@ private:
 // pattern is the allocator's defined behaviour.
 //
 // Failure: a block whose memory cannot be had is released at once and not counted; AllocateRecords
-// then returns nullptr. A record size of 0 has nothing to hand out: AllocateRecords returns nullptr.
+// then returns nullptr. The report names what was missing: "lBlock" (from AddBlock) when the block
+// object cannot be had, "mData" (from MemoryBlock) when its memory cannot. A record size of 0 has
+// nothing to hand out: AllocateRecords returns nullptr (no heap request, no report).
 class MoxHungryAllocator {
 public:
     // FreeMemory does nothing, so a container may drop records that need no destruction without handing
@@ -59,7 +66,8 @@ public:
     // One block of the pool. The list of blocks runs from the newest to the oldest.
     class MemoryBlock {
     public:
-        // MoxMalloc(pSize) bytes; when that fails the block has no memory and serves nothing.
+        // MoxMalloc(pSize) bytes; when that fails (reported as "mData") the block has no memory and serves
+        // nothing.
         explicit MemoryBlock(size_t pSize);
         ~MemoryBlock();
         MemoryBlock(const MemoryBlock&) = delete;

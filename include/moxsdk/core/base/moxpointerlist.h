@@ -3,9 +3,9 @@
 // references, deformer, cluster, channel, shape and layer lists).
 //
 // Unlike MoxArray, a failed growth keeps the list as it was: losing a bookkeeping list under memory
-// pressure would leak what it owns or leave dangling pointers behind a destroyed object. Add reports the
-// failure through its result only. The work is done once, on untyped pointers (MoxPointerListBase); the
-// template only casts.
+// pressure would leak what it owns or leave dangling pointers behind a destroyed object. A failed growth
+// is reported as "mData" (file "core/base/moxpointerlist") and Add returns -1. The work is done once, on
+// untyped pointers (MoxPointerListBase); the template only casts.
 
 namespace moxsdk {
 

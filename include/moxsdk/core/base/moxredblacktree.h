@@ -18,7 +18,8 @@
 // are equal, positive otherwise. DATA provides the typedef KeyType and `const KeyType& GetKey() const`.
 //
 // Reports go through _MoxAssert with the file "core/base/moxredblacktree". They can only be made on
-// a tree whose links were broken from outside; the operation then goes on as described.
+// a tree whose links were broken from outside; the operation then goes on as described. A record the
+// allocator cannot hand out is reported by the allocator, where the heap refused, not again here.
 //
 // Nothing here throws; when a stored type's copy constructor throws inside Insert, the record's memory
 // is given back and the exception passes on with the tree unchanged.

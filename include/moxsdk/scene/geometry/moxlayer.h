@@ -74,7 +74,7 @@ int MoxLayerElementValueSize(EMoxType pType);
 //
 // Storage: one block from MoxRealloc holding `capacity` values of the code's size; values past the
 // count are zero. Growth is geometric, so repeated SetCount(count + 1) or Add stay linear overall. A
-// failed growth reports "mData" and leaves the array as it was.
+// failed growth, or a failed shrink in Compact, reports "mData" and leaves the array as it was.
 //
 // Every access names the value type it expects; an access whose type code differs from the array's
 // (or whose size differs) is refused: GetAt/SetAt/RemoveAt return false, Add returns -1, GetLocked and
@@ -396,7 +396,8 @@ private:
     }
 };
 
-// The typed element classes. Each Create makes an empty element (null when memory ran out); the owner
+// The typed element classes. Each Create makes an empty element (null when memory ran out, after the
+// report "lElement", "mDirectArray" or "mIndexArray" from Create, naming what could not be had); the owner
 // argument names the container that asks and is not kept: an element belongs to the layer it is set on.
 // New elements have mapping eNone and reference eDirect, except material and texture elements
 // (eByPolygon, eIndexToDirect) and UV elements (eByPolygonVertex, eIndexToDirect), which polygon
@@ -482,7 +483,9 @@ public:
 //
 class MoxLayerElementUserData : public MoxLayerElementTemplate<void*> {
 public:
-    // Null when the two lists differ in length, a field type is not supported, or memory ran out.
+    // Null when the two lists differ in length, a field type is not supported, or memory ran out (reported
+    // as for the other elements; a field's array or name that cannot be had as "lArray" or "lName", from
+    // AddField).
     static MoxLayerElementUserData* Create(MoxLayerContainer* pOwner, const char* pName, int pId,
                                            const MoxArray<MoxDataType>& pDataTypes,
                                            const MoxArray<const char*>& pDataNames);

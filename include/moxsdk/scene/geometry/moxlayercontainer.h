@@ -34,7 +34,8 @@ public:
     // The container index of that layer, or -1.
     int GetLayerIndex(int pIndex, MoxLayerElement::EType pType, bool pIsUV = false) const;
 
-    // Appends an empty layer and returns its index; -1 when memory ran out.
+    // Appends an empty layer and returns its index; -1 when memory ran out (a layer that cannot be had is
+    // reported as "lLayer", file "scene/geometry/moxlayercontainer").
     int CreateLayer();
     // Destroys every layer and its elements.
     void ClearLayers();
