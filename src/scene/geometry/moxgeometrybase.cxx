@@ -149,7 +149,8 @@ void MoxGeometryBase::SetControlPointNormalAt(const MoxVector4& pNormal, int pIn
             if (lTarget >= 0 && GrowTo(lIndices, pIndex + 1)) lIndices.SetAt(pIndex, lTarget);
             break;
         }
-        case MoxLayerElement::eIndex: break;
+        case MoxLayerElement::eIndex:
+            break;
     }
 }
 
@@ -232,20 +233,20 @@ bool MoxGeometryBase::GetBinormalsIndices(MoxLayerElementArrayTemplate<int>** pI
     return IndexArrayOf(lLayer ? lLayer->GetBinormals() : nullptr, pIndices);
 }
 
-#define MOX_ELEMENT_ACCESSORS(pKind, pType, pGetter)                                                                 \
-    int MoxGeometryBase::GetElement##pKind##Count() const                                                             \
-    {                                                                                                                 \
-        return GetLayerCount(MoxLayerElement::pType);                                                                 \
-    }                                                                                                                 \
-    MoxLayerElement##pKind* MoxGeometryBase::GetElement##pKind(int pIndex)                                            \
-    {                                                                                                                 \
-        MoxLayer* lLayer = GetLayer(pIndex, MoxLayerElement::pType);                                                  \
-        return lLayer ? lLayer->pGetter() : nullptr;                                                                  \
-    }                                                                                                                 \
-    const MoxLayerElement##pKind* MoxGeometryBase::GetElement##pKind(int pIndex) const                                \
-    {                                                                                                                 \
-        const MoxLayer* lLayer = GetLayer(pIndex, MoxLayerElement::pType);                                            \
-        return lLayer ? lLayer->pGetter() : nullptr;                                                                  \
+#define MOX_ELEMENT_ACCESSORS(pKind, pType, pGetter)                                                                   \
+    int MoxGeometryBase::GetElement##pKind##Count() const                                                              \
+    {                                                                                                                  \
+        return GetLayerCount(MoxLayerElement::pType);                                                                  \
+    }                                                                                                                  \
+    MoxLayerElement##pKind* MoxGeometryBase::GetElement##pKind(int pIndex)                                             \
+    {                                                                                                                  \
+        MoxLayer* lLayer = GetLayer(pIndex, MoxLayerElement::pType);                                                   \
+        return lLayer ? lLayer->pGetter() : nullptr;                                                                   \
+    }                                                                                                                  \
+    const MoxLayerElement##pKind* MoxGeometryBase::GetElement##pKind(int pIndex) const                                 \
+    {                                                                                                                  \
+        const MoxLayer* lLayer = GetLayer(pIndex, MoxLayerElement::pType);                                             \
+        return lLayer ? lLayer->pGetter() : nullptr;                                                                   \
     }
 
 MOX_ELEMENT_ACCESSORS(Normal, eNormal, GetNormals)

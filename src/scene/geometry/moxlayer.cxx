@@ -110,13 +110,20 @@ MoxLayerElementArray* NewFieldArrayOf()
 MoxLayerElementArray* NewFieldArray(EMoxType pType)
 {
     switch (pType) {
-        case eMoxBool: return NewFieldArrayOf<bool>();
-        case eMoxInt: return NewFieldArrayOf<int>();
-        case eMoxFloat: return NewFieldArrayOf<float>();
-        case eMoxDouble: return NewFieldArrayOf<double>();
-        case eMoxDouble2: return NewFieldArrayOf<MoxVector2>();
-        case eMoxDouble4: return NewFieldArrayOf<MoxVector4>();
-        default: return nullptr;
+        case eMoxBool:
+            return NewFieldArrayOf<bool>();
+        case eMoxInt:
+            return NewFieldArrayOf<int>();
+        case eMoxFloat:
+            return NewFieldArrayOf<float>();
+        case eMoxDouble:
+            return NewFieldArrayOf<double>();
+        case eMoxDouble2:
+            return NewFieldArrayOf<MoxVector2>();
+        case eMoxDouble4:
+            return NewFieldArrayOf<MoxVector4>();
+        default:
+            return nullptr;
     }
 }
 
@@ -125,14 +132,22 @@ MoxLayerElementArray* NewFieldArray(EMoxType pType)
 int MoxLayerElementValueSize(EMoxType pType)
 {
     switch (pType) {
-        case eMoxBool: return static_cast<int>(sizeof(bool));
-        case eMoxInt: return static_cast<int>(sizeof(int));
-        case eMoxFloat: return static_cast<int>(sizeof(float));
-        case eMoxDouble: return static_cast<int>(sizeof(double));
-        case eMoxDouble2: return static_cast<int>(sizeof(MoxVector2));
-        case eMoxDouble4: return static_cast<int>(sizeof(MoxVector4));
-        case eMoxReference: return static_cast<int>(sizeof(void*));
-        default: return 0;
+        case eMoxBool:
+            return static_cast<int>(sizeof(bool));
+        case eMoxInt:
+            return static_cast<int>(sizeof(int));
+        case eMoxFloat:
+            return static_cast<int>(sizeof(float));
+        case eMoxDouble:
+            return static_cast<int>(sizeof(double));
+        case eMoxDouble2:
+            return static_cast<int>(sizeof(MoxVector2));
+        case eMoxDouble4:
+            return static_cast<int>(sizeof(MoxVector4));
+        case eMoxReference:
+            return static_cast<int>(sizeof(void*));
+        default:
+            return 0;
     }
 }
 
@@ -142,8 +157,7 @@ int MoxLayerElementValueSize(EMoxType pType)
 
 MoxLayerElementArray::MoxLayerElementArray(EMoxType pDataType)
     : mDataType(pDataType), mValueSize(MoxLayerElementValueSize(pDataType))
-{
-}
+{}
 
 MoxLayerElementArray::~MoxLayerElementArray()
 {
@@ -295,8 +309,7 @@ bool MoxLayerElementArray::Reserve(int pCount)
 
 MoxLayerElement::MoxLayerElement(const char* pName, EMappingMode pMappingMode, EReferenceMode pReferenceMode)
     : mMappingMode(pMappingMode), mReferenceMode(pReferenceMode), mName(pName)
-{
-}
+{}
 
 MoxLayerElement::~MoxLayerElement() = default;
 
@@ -314,11 +327,11 @@ void MoxLayerElement::CopyBase(const MoxLayerElement& pOther)
     mName = pOther.mName;
 }
 
-#define MOX_LAYER_ELEMENT_BODY(pClass, pMapping, pReference)                                                          \
-    pClass* pClass::Create(MoxLayerContainer* /*pOwner*/, const char* pName)                                          \
-    {                                                                                                                 \
-        return CreateElement<pClass>(pName, __func__);                                                                \
-    }                                                                                                                 \
+#define MOX_LAYER_ELEMENT_BODY(pClass, pMapping, pReference)                                                           \
+    pClass* pClass::Create(MoxLayerContainer* /*pOwner*/, const char* pName)                                           \
+    {                                                                                                                  \
+        return CreateElement<pClass>(pName, __func__);                                                                 \
+    }                                                                                                                  \
     pClass::pClass(const char* pName) : MoxLayerElementTemplate(pName, pMapping, pReference) {}
 
 MOX_LAYER_ELEMENT_BODY(MoxLayerElementNormal, eNone, eDirect)
@@ -369,8 +382,7 @@ MoxLayerElementUserData* MoxLayerElementUserData::Create(MoxLayerContainer* /*pO
 
 MoxLayerElementUserData::MoxLayerElementUserData(const char* pName, int pId)
     : MoxLayerElementTemplate(pName, eNone, eDirect), mId(pId)
-{
-}
+{}
 
 MoxLayerElementUserData::~MoxLayerElementUserData()
 {
@@ -420,11 +432,21 @@ void MoxLayerElementUserData::RemoveFromAllDirectArrays(int pIndex)
 {
     for (int i = 0; i < mDirectArray->GetCount(); ++i) {
         switch (GetDataType(i).GetType()) {
-            case eMoxBool: MoxGetDirectArray<bool>(this, i).RemoveAt(pIndex); break;
-            case eMoxInt: MoxGetDirectArray<int>(this, i).RemoveAt(pIndex); break;
-            case eMoxFloat: MoxGetDirectArray<float>(this, i).RemoveAt(pIndex); break;
-            case eMoxDouble: MoxGetDirectArray<double>(this, i).RemoveAt(pIndex); break;
-            default: MOX_REPORT(sgFile, "unknown type"); break;
+            case eMoxBool:
+                MoxGetDirectArray<bool>(this, i).RemoveAt(pIndex);
+                break;
+            case eMoxInt:
+                MoxGetDirectArray<int>(this, i).RemoveAt(pIndex);
+                break;
+            case eMoxFloat:
+                MoxGetDirectArray<float>(this, i).RemoveAt(pIndex);
+                break;
+            case eMoxDouble:
+                MoxGetDirectArray<double>(this, i).RemoveAt(pIndex);
+                break;
+            default:
+                MOX_REPORT(sgFile, "unknown type");
+                break;
         }
     }
 }
@@ -522,18 +544,30 @@ MoxArray<MoxLayerElement::EType> MoxLayer::GetUVSetChannels() const
 MoxLayerElement* MoxLayer::GetLayerElementOfType(MoxLayerElement::EType pType, bool pIsUV)
 {
     switch (pType) {
-        case MoxLayerElement::eNormal: return mNormals;
-        case MoxLayerElement::eBinormal: return mBinormals;
-        case MoxLayerElement::eTangent: return mTangents;
-        case MoxLayerElement::eMaterial: return mMaterials;
-        case MoxLayerElement::ePolygonGroup: return mPolygonGroups;
-        case MoxLayerElement::eVertexColor: return mVertexColors;
-        case MoxLayerElement::eSmoothing: return mSmoothing;
-        case MoxLayerElement::eVertexCrease: return mVertexCrease;
-        case MoxLayerElement::eEdgeCrease: return mEdgeCrease;
-        case MoxLayerElement::eHole: return mHole;
-        case MoxLayerElement::eUserData: return mUserData;
-        case MoxLayerElement::eVisibility: return mVisibility;
+        case MoxLayerElement::eNormal:
+            return mNormals;
+        case MoxLayerElement::eBinormal:
+            return mBinormals;
+        case MoxLayerElement::eTangent:
+            return mTangents;
+        case MoxLayerElement::eMaterial:
+            return mMaterials;
+        case MoxLayerElement::ePolygonGroup:
+            return mPolygonGroups;
+        case MoxLayerElement::eVertexColor:
+            return mVertexColors;
+        case MoxLayerElement::eSmoothing:
+            return mSmoothing;
+        case MoxLayerElement::eVertexCrease:
+            return mVertexCrease;
+        case MoxLayerElement::eEdgeCrease:
+            return mEdgeCrease;
+        case MoxLayerElement::eHole:
+            return mHole;
+        case MoxLayerElement::eUserData:
+            return mUserData;
+        case MoxLayerElement::eVisibility:
+            return mVisibility;
         case MoxLayerElement::eUV:
             for (MoxLayerElementUV* lUVs : mUVs)
                 if (lUVs) return lUVs;

@@ -162,7 +162,7 @@ TEST(MoxLayerElementArray, LockAndReleaseKeepWrites)
     MoxLayerElementArrayTemplate<MoxVector2> lArray;
     EXPECT_EQ(lArray.GetLocked(), nullptr);  // empty: nothing to lock
     lArray.SetCount(3);
-    MoxVector2* lData = lArray.GetLocked(lData, MoxLayerElementArray::eReadWriteLock);
+    MoxVector2* lData = lArray.GetLocked(static_cast<MoxVector2*>(nullptr), MoxLayerElementArray::eReadWriteLock);
     ASSERT_NE(lData, nullptr);
     lData[2] = MoxVector2(4, 5);
     lArray.Release(&lData, lData);

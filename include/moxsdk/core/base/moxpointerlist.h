@@ -40,7 +40,6 @@ public:
     // Removes every occurrence of pItem, keeping the order of the others; returns how many. O(count).
     int RemoveAll(const void* pItem);
 
-
 private:
     void** mData = nullptr;
     int mCount = 0;

@@ -321,6 +321,8 @@ private:
 template <class T>
 class MoxLayerElementTemplate : public MoxLayerElement {
 public:
+    MoxLayerElementTemplate(const MoxLayerElementTemplate&) = delete;
+    MoxLayerElementTemplate& operator=(const MoxLayerElementTemplate&) = delete;
     ~MoxLayerElementTemplate() override
     {
         MoxDelete(mDirectArray);
@@ -373,8 +375,7 @@ protected:
         : MoxLayerElement(pName, pMappingMode, pReferenceMode),
           mDirectArray(MoxNew<MoxLayerElementArrayTemplate<T>>()),
           mIndexArray(MoxNew<MoxLayerElementArrayTemplate<int>>())
-    {
-    }
+    {}
 
 private:
     // The arrays, after the report that a reference mode without them deserves; pFunction names the caller.
@@ -493,6 +494,8 @@ public:
     static MoxLayerElementUserData* Create(MoxLayerContainer* pOwner, const MoxLayerElementUserData* pOther);
 
     MoxLayerElementUserData(const char* pName, int pId);
+    MoxLayerElementUserData(const MoxLayerElementUserData&) = delete;
+    MoxLayerElementUserData& operator=(const MoxLayerElementUserData&) = delete;
     ~MoxLayerElementUserData() override;
     // Empties every field's values and the index array; the fields themselves stay.
     void Clear() override;

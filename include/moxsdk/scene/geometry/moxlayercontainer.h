@@ -12,6 +12,8 @@ public:
     static const MoxClassId ClassId;
 
     MoxLayerContainer(MoxManager& pManager, const char* pName);
+    MoxLayerContainer(const MoxLayerContainer&) = delete;
+    MoxLayerContainer& operator=(const MoxLayerContainer&) = delete;
     ~MoxLayerContainer() override;
     MoxClassId GetClassId() const override;
     // Replaces the layers by deep copies of pObject's layers when Copyable(pObject).
