@@ -32,8 +32,8 @@ class MoxArray {
     static_assert(Alignment >= 8 && Alignment % alignof(T) == 0, "the header must hold size and capacity");
 
 public:
-    MoxArray() : mData(nullptr) {}
-    MoxArray(const MoxArray& pOther) : mData(nullptr) { *this = pOther; }
+    MoxArray() = default;
+    MoxArray(const MoxArray& pOther) { *this = pOther; }
     MoxArray(MoxArray&& pOther) noexcept : mData(pOther.mData) { pOther.mData = nullptr; }
     ~MoxArray() { Clear(); }
 
