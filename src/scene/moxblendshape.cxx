@@ -37,20 +37,12 @@ MoxClassId MoxBlendShape::GetClassId() const
 
 bool MoxBlendShape::AddBlendShapeChannel(MoxBlendShapeChannel* pChannel)
 {
-    if (!pChannel || mChannels.Find(pChannel) >= 0) return false;
-    if (!ConnectReference(pChannel)) return false;
-    if (mChannels.Add(pChannel) < 0) {
-        DisconnectReference(pChannel);
-        return false;
-    }
-    return true;
+    return AddReference(mChannels, pChannel) >= 0;
 }
 
 MoxBlendShapeChannel* MoxBlendShape::RemoveBlendShapeChannel(MoxBlendShapeChannel* pChannel)
 {
-    if (!mChannels.RemoveAt(mChannels.Find(pChannel))) return nullptr;
-    DisconnectReference(pChannel);
-    return pChannel;
+    return RemoveReference(mChannels, mChannels.Find(pChannel));
 }
 
 MoxBlendShapeChannel* MoxBlendShape::GetBlendShapeChannel(int pIndex) const

@@ -37,20 +37,12 @@ MoxClassId MoxSkin::GetClassId() const
 
 bool MoxSkin::AddCluster(MoxCluster* pCluster)
 {
-    if (!pCluster || mClusters.Find(pCluster) >= 0) return false;
-    if (!ConnectReference(pCluster)) return false;
-    if (mClusters.Add(pCluster) < 0) {
-        DisconnectReference(pCluster);
-        return false;
-    }
-    return true;
+    return AddReference(mClusters, pCluster) >= 0;
 }
 
 MoxCluster* MoxSkin::RemoveCluster(MoxCluster* pCluster)
 {
-    if (!mClusters.RemoveAt(mClusters.Find(pCluster))) return nullptr;
-    DisconnectReference(pCluster);
-    return pCluster;
+    return RemoveReference(mClusters, mClusters.Find(pCluster));
 }
 
 MoxCluster* MoxSkin::GetCluster(int pIndex) const

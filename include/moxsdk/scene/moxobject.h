@@ -134,6 +134,29 @@ protected:
     // pTarget is being destroyed: drop every pointer to it. The base holds none.
     virtual void OnReferenceDestroyed(MoxObject* pTarget);
 
+    // Appends pTarget to one of this object's lists of referenced objects and records the reference.
+    // Returns the new entry's index, or -1 (nothing changed) for a null target, a target already in the
+    // list, or when memory ran out.
+    template <class T>
+    int AddReference(MoxPointerList<T>& pList, T* pTarget)
+    {
+        if (!pTarget || pList.Find(pTarget) >= 0 || !ConnectReference(pTarget)) return -1;
+        const int lIndex = pList.Add(pTarget);
+        if (lIndex < 0) DisconnectReference(pTarget);
+        return lIndex;
+    }
+    // Removes entry pIndex of such a list and forgets its reference; the removed object, or null
+    // outside the list.
+    template <class T>
+    T* RemoveReference(MoxPointerList<T>& pList, int pIndex)
+    {
+        T* lTarget = pList.GetAt(pIndex);
+        if (!lTarget) return nullptr;
+        pList.RemoveAt(pIndex);
+        DisconnectReference(lTarget);
+        return lTarget;
+    }
+
     // The creation helpers behind every class's Create functions. CreateObjectIn reports
     // "pContainer && pContainer->GetMoxManager()" from function "Create" of pFile when the container
     // is null or has no manager, and returns null.

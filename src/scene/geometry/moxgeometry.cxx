@@ -20,20 +20,12 @@ MoxClassId MoxGeometry::GetClassId() const
 
 int MoxGeometry::AddDeformer(MoxDeformer* pDeformer)
 {
-    if (!pDeformer || mDeformers.Find(pDeformer) >= 0) return -1;
-    if (!ConnectReference(pDeformer)) return -1;
-    const int lIndex = mDeformers.Add(pDeformer);
-    if (lIndex < 0) DisconnectReference(pDeformer);
-    return lIndex;
+    return AddReference(mDeformers, pDeformer);
 }
 
 MoxDeformer* MoxGeometry::RemoveDeformer(int pIndex)
 {
-    MoxDeformer* lDeformer = mDeformers.GetAt(pIndex);
-    if (!lDeformer) return nullptr;
-    mDeformers.RemoveAt(pIndex);
-    DisconnectReference(lDeformer);
-    return lDeformer;
+    return RemoveReference(mDeformers, pIndex);
 }
 
 int MoxGeometry::GetDeformerCount(MoxDeformer::EDeformerType pType) const
