@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Turns moxpeers_bench's JSON output into tables (Markdown).
 
-For every mesh: each of our operations beside the nearest peer operations, both CPU times, the peer's
-time divided by ours (above 1: ours is faster), and our time in streaming passes (our time divided by
-the floor's, one pass that reads each corner's index and position and writes one double4). Then, for
-the torus meshes, our time per polygon at each size, and the largest over the smallest.
+For every mesh: each of our operations beside the nearest peer operations, both CPU times (the fastest
+of repeated runs), the peer's time divided by ours (above 1: ours is faster), and our time in streaming
+passes (our time divided by the floor's, one pass that reads each corner's index and position and writes
+one double4). Then, for the torus meshes, our time per polygon at each size, and the largest over the
+smallest.
 
 Usage: benchtable.py RESULTS.json
 """
@@ -56,7 +57,8 @@ NAMES = {
     "assimp.CalcTangentSpace": "Assimp CalcTangentSpace",
     "assimp.JoinIdenticalVertices": "Assimp JoinIdenticalVertices",
     "assimp.FindDegenerates": "Assimp FindDegenerates",
-    "assimp.ImportChain": "Assimp FindDegenerates + GenSmoothNormals (30 deg) + CalcTangentSpace + JoinIdenticalVertices",
+    "assimp.ImportChain":
+        "Assimp FindDegenerates + GenSmoothNormals (30 deg) + CalcTangentSpace + JoinIdenticalVertices",
     "meshopt.generateVertexRemap": "meshoptimizer generateVertexRemap",
 }
 
@@ -64,7 +66,8 @@ TO_MS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}
 
 
 def load(path):
-    """{mesh: {operation: entry}} in the order of the run, entries with "ms" (CPU time) added."""
+    """{mesh: {operation: entry}} in the order of the run, entries with "ms" (CPU time) added; of repeated
+    runs, the fastest."""
     with open(path) as stream:
         report = json.load(stream)
     meshes = {}
@@ -76,7 +79,10 @@ def load(path):
             entry["ms"] = None
         else:
             entry["ms"] = entry["cpu_time"] * TO_MS[entry.get("time_unit", "ns")]
-        meshes.setdefault(mesh, {})[operation] = entry
+        rows = meshes.setdefault(mesh, {})
+        best = rows.get(operation)
+        if best is None or best["ms"] is None or (entry["ms"] is not None and entry["ms"] < best["ms"]):
+            rows[operation] = entry
     return report.get("context", {}), meshes
 
 
@@ -169,8 +175,10 @@ def main():
     if not meshes:
         print("no results in " + sys.argv[1], file=sys.stderr)
         return 1
-    print("CPU time per call, in ms (single thread); peer / ours above 1: ours is faster; passes: our time")
-    print("in streaming passes over the corners. Machine: {} x {} MHz, load average {}.".format(
+    runs = max((entry.get("repetitions", 1) for rows in meshes.values() for entry in rows.values()), default=1)
+    best = " best of {} runs;".format(runs) if runs > 1 else ""
+    print("CPU time per call in ms (single thread;{} peer / ours above 1: ours is faster); passes: our".format(best))
+    print("time in streaming passes over the corners. Machine: {} x {} MHz, load average {}.".format(
         context.get("num_cpus", "?"), context.get("mhz_per_cpu", "?"),
         " ".join("{:.1f}".format(load) for load in context.get("load_avg", []))))
     print()

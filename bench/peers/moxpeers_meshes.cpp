@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <filesystem>
-#include <iterator>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <utility>
 
