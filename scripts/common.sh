@@ -36,3 +36,7 @@ MOX_BUILD_PACKAGES=(cmake g++ ninja-build)
 
 # The packages the moxmesh tool needs: command line, OBJ reading, the other formats and writing.
 MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev)
+
+# The packages of the benchmarks against peer libraries (scripts/bench.sh): Google Benchmark, the peers
+# (Assimp comes with the tool's packages) and Python for the table.
+MOX_BENCH_PACKAGES=(libbenchmark-dev libmeshoptimizer-dev libopenmesh-dev python3)
