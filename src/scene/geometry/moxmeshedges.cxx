@@ -26,7 +26,7 @@
 //
 // Decisions where the behaviour is otherwise open:
 // - BeginAddMeshEdgeIndex releases the blocks it allocated when a later allocation fails (nothing
-//   leaks), and EndAddMeshEdgeIndex renews the edge set so that its record pool goes back to the heap.
+//   leaks), and EndAddMeshEdgeIndex gives the edge set's record pool back to the heap (ClearAndRelease).
 // - RemoveDuplicatedEdges with an empty list removes nothing and returns 0, without a report.
 // - A null fill function is reported and the walk goes on without calling it. When the walk's scratch
 //   memory runs out, it reports "lEdgeStarts" and registers no further edge.
