@@ -23,14 +23,6 @@ namespace {
 
 const char* const kFile = "scene/geometry/moxmesh";
 
-void ExpectVector(const MoxVector4& pActual, double pX, double pY, double pZ, double pW, double pTolerance = 0.0)
-{
-    EXPECT_NEAR(pActual[0], pX, pTolerance);
-    EXPECT_NEAR(pActual[1], pY, pTolerance);
-    EXPECT_NEAR(pActual[2], pZ, pTolerance);
-    EXPECT_NEAR(pActual[3], pW, pTolerance);
-}
-
 MoxVector4 CubeCorner(int pPoint)
 {
     return MoxVector4((pPoint & 1) ? 1 : -1, ((pPoint >> 1) & 1) ? 1 : -1, ((pPoint >> 2) & 1) ? 1 : -1, 0.0);

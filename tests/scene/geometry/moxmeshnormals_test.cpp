@@ -21,14 +21,6 @@ namespace {
 
 const char* const kFile = "scene/geometry/moxmesh";
 
-void ExpectVector(const MoxVector4& pActual, double pX, double pY, double pZ, double pW, double pTolerance = 0.0)
-{
-    EXPECT_NEAR(pActual[0], pX, pTolerance);
-    EXPECT_NEAR(pActual[1], pY, pTolerance);
-    EXPECT_NEAR(pActual[2], pZ, pTolerance);
-    EXPECT_NEAR(pActual[3], pW, pTolerance);
-}
-
 bool HasReport(const moxtest::ReportCapture& pCapture, const std::string& pFile, const std::string& pFunction,
                const std::string& pMessage)
 {

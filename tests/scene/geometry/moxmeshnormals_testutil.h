@@ -10,11 +10,23 @@
 #include <set>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "support/moxtestmeshes.h"
 
 namespace moxnormalstest {
+
+// Expects all four components within pTolerance (exactly, by default).
+inline void ExpectVector(const moxsdk::MoxVector4& pActual, double pX, double pY, double pZ, double pW,
+                         double pTolerance = 0.0)
+{
+    EXPECT_NEAR(pActual[0], pX, pTolerance);
+    EXPECT_NEAR(pActual[1], pY, pTolerance);
+    EXPECT_NEAR(pActual[2], pZ, pTolerance);
+    EXPECT_NEAR(pActual[3], pW, pTolerance);
+}
 
 using moxsdk::MoxLayer;
 using moxsdk::MoxLayerElement;
