@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "support/moxtestsupport.h"
 
 namespace {
@@ -36,6 +40,63 @@ TEST(MoxAssert, MacroReportsConditionTextOnlyWhenFalse)
     ASSERT_EQ(lCapture.Count(), 1u);
     EXPECT_EQ(lCapture.Reports()[0].mMessage, "lValue == 4");
     EXPECT_EQ(lCapture.Reports()[0].mFunction, "TestBody");
+}
+
+std::vector<std::string>& sgHostReports()
+{
+    static std::vector<std::string> lReports;
+    return lReports;
+}
+
+void HostProc(const char*, const char*, unsigned int, const char* pMessage)
+{
+    sgHostReports().push_back(pMessage);
+}
+
+TEST(MoxAssert, GetProcAnswersTheInstalledProcedureAndTheDefaultForNull)
+{
+    const moxsdk::MoxAssertProc lDefault = moxsdk::MoxAssertGetProc();
+    ASSERT_NE(lDefault, nullptr);
+    moxsdk::MoxAssertSetProc(&HostProc);
+    EXPECT_EQ(moxsdk::MoxAssertGetProc(), &HostProc);
+    moxsdk::MoxAssertSetProc(nullptr);
+    EXPECT_EQ(moxsdk::MoxAssertGetProc(), lDefault);
+}
+
+TEST(MoxAssert, NestedCapturesTakeReportsInnermostFirstAndLeaveTheHostProcedureInPlace)
+{
+    sgHostReports().clear();
+    moxsdk::MoxAssertSetProc(&HostProc);
+    {
+        moxtest::ReportCapture lOuter;
+        moxsdk::_MoxAssert("core/test", "F", 1, "outer 1");
+        {
+            moxtest::ReportCapture lInner;
+            moxsdk::_MoxAssert("core/test", "F", 2, "inner");
+            EXPECT_EQ(lInner.Messages(), std::vector<std::string>{"inner"});
+            EXPECT_EQ(moxsdk::MoxAssertGetProc(), &HostProc);
+        }
+        moxsdk::_MoxAssert("core/test", "F", 3, "outer 2");
+        EXPECT_EQ(lOuter.Messages(), (std::vector<std::string>{"outer 1", "outer 2"}));
+    }
+    moxsdk::_MoxAssert("core/test", "F", 4, "host");
+    EXPECT_EQ(sgHostReports(), std::vector<std::string>{"host"});
+    EXPECT_EQ(moxsdk::MoxAssertGetProc(), &HostProc);
+    moxsdk::MoxAssertSetProc(nullptr);
+}
+
+TEST(MoxAssert, CaptureTakesOnlyItsOwnThreadsReports)
+{
+    sgHostReports().clear();
+    moxsdk::MoxAssertSetProc(&HostProc);
+    {
+        moxtest::ReportCapture lCapture;
+        std::thread([] { moxsdk::_MoxAssert("core/test", "F", 1, "other thread"); }).join();
+        moxsdk::_MoxAssert("core/test", "F", 2, "this thread");
+        EXPECT_EQ(lCapture.Messages(), std::vector<std::string>{"this thread"});
+    }
+    EXPECT_EQ(sgHostReports(), std::vector<std::string>{"other thread"});
+    moxsdk::MoxAssertSetProc(nullptr);
 }
 
 }  // namespace

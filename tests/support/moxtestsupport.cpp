@@ -10,17 +10,6 @@
 namespace moxtest {
 namespace {
 
-std::vector<Report>& sgReports()
-{
-    static std::vector<Report> lReports;
-    return lReports;
-}
-
-void CaptureProc(const char* pFile, const char* pFunction, unsigned int pLine, const char* pMessage)
-{
-    sgReports().push_back({pFile ? pFile : "", pFunction ? pFunction : "", pLine, pMessage ? pMessage : ""});
-}
-
 struct TrackerState {
     std::mutex mMutex;
     long mRequests = 0;
@@ -82,40 +71,23 @@ void TrackedFree(void* pData)
 
 }  // namespace
 
-ReportCapture::ReportCapture()
+void ReportCapture::OnReport(const char* pFile, const char* pFunction, unsigned int pLine, const char* pMessage)
 {
-    sgReports().clear();
-    moxsdk::MoxAssertSetProc(&CaptureProc);
-}
-
-ReportCapture::~ReportCapture()
-{
-    moxsdk::MoxAssertSetProc(nullptr);
-}
-
-const std::vector<Report>& ReportCapture::Reports() const
-{
-    return sgReports();
+    mReports.push_back({pFile ? pFile : "", pFunction ? pFunction : "", pLine, pMessage ? pMessage : ""});
 }
 
 std::vector<std::string> ReportCapture::Messages() const
 {
     std::vector<std::string> lMessages;
-    for (const Report& lReport : sgReports()) lMessages.push_back(lReport.mMessage);
+    for (const Report& lReport : mReports) lMessages.push_back(lReport.mMessage);
     return lMessages;
 }
 
 bool ReportCapture::HasOnly(const std::string& pFile, const std::string& pFunction,
                             const std::string& pMessage) const
 {
-    const auto& lReports = sgReports();
-    return lReports.size() == 1 && lReports[0].mFile == pFile && lReports[0].mFunction == pFunction &&
-           lReports[0].mMessage == pMessage;
-}
-
-void ReportCapture::Clear()
-{
-    sgReports().clear();
+    return mReports.size() == 1 && mReports[0].mFile == pFile && mReports[0].mFunction == pFunction &&
+           mReports[0].mMessage == pMessage;
 }
 
 AllocationTracker::AllocationTracker()

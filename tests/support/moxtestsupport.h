@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "moxsdk/core/moxassert.h"
+
 namespace moxtest {
 
 struct Report {
@@ -13,21 +15,23 @@ struct Report {
     std::string mMessage;
 };
 
-// Captures every report made while it lives; restores the default procedure on destruction.
-class ReportCapture {
+// Captures every report made on this thread while it lives (the innermost capture takes them); the
+// installed procedure is left as it is.
+class ReportCapture : public moxsdk::MoxAssertCapture {
 public:
-    ReportCapture();
-    ~ReportCapture();
-    ReportCapture(const ReportCapture&) = delete;
-    ReportCapture& operator=(const ReportCapture&) = delete;
+    void OnReport(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
+                  const char* pMessage) override;
 
-    const std::vector<Report>& Reports() const;
+    const std::vector<Report>& Reports() const { return mReports; }
     // The messages in order of report.
     std::vector<std::string> Messages() const;
     size_t Count() const { return Reports().size(); }
     // True when exactly one report was made with this file, function and message.
     bool HasOnly(const std::string& pFile, const std::string& pFunction, const std::string& pMessage) const;
-    void Clear();
+    void Clear() { mReports.clear(); }
+
+private:
+    std::vector<Report> mReports;
 };
 
 // Routes the memory handlers through counters while it lives. The n-th allocation request (malloc,

@@ -9,9 +9,32 @@ namespace moxsdk {
 typedef void (*MoxAssertProc)(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
                               const char* pMessage);
 
-// Installs the procedure that receives every report; nullptr restores the default, which writes
-// "file(line): function: message" to stderr.
+// Installs the procedure that receives every report not taken by a capture (below); nullptr restores the
+// default, which writes "file(line): function: message" to stderr.
 void MoxAssertSetProc(MoxAssertProc pProc);
+
+// The procedure installed now (the default one when none was set), so that a host can put it back.
+MoxAssertProc MoxAssertGetProc();
+
+// A scoped capture of the reports made on the constructing thread: while it lives, those reports go to
+// its OnReport instead of the installed procedure. Captures nest: the innermost one on a thread takes the
+// reports, and its destruction hands them back to the enclosing capture, or to the installed procedure
+// when there is none. The procedure itself is never replaced, so a host's procedure stays in place for
+// other threads and after the capture. Destroy captures on their thread in reverse order of creation.
+class MoxAssertCapture {
+public:
+    MoxAssertCapture();
+    virtual ~MoxAssertCapture();
+    MoxAssertCapture(const MoxAssertCapture&) = delete;
+    MoxAssertCapture& operator=(const MoxAssertCapture&) = delete;
+
+    // Receives one report; the arguments are those of MoxAssertProc and live only during the call.
+    virtual void OnReport(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
+                          const char* pMessage) = 0;
+
+private:
+    MoxAssertCapture* mOuter;
+};
 
 void _MoxAssert(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber, const char* pMessage);
 
