@@ -1,3 +1,8 @@
+// MoxMesh: lifecycle, polygon building and queries. The mesh's other operations are split by concern:
+// moxmeshlayers.cxx (UV, material, texture, per-polygon-vertex lookups, creases, holes, settings),
+// moxmeshremove.cxx (polygon removal and clean-up), moxmeshedges.cxx (edge table, editing, queries),
+// moxmeshcpmap.cxx and moxmeshcpmapadjacency.cxx (control-point maps), moxmeshadjacency.cxx (component
+// maps), moxmeshnormals.cxx, moxmeshtangents.cxx, moxmeshsplit.cxx (split and merge).
 #include "moxsdk/scene/geometry/moxmesh.h"
 
 #include <algorithm>

@@ -1,24 +1,31 @@
 #pragma once
 // MoxMesh: the polygon mesh.
 //
-// A mesh holds control points (in its geometry base), polygons that index them, an optional edge table
-// and layers of per-component attributes (in its layer container base). Polygon p's vertices are
-// mPolygonVertices[mPolygons[p].mIndex .. mIndex + mSize - 1], in winding order; polygons are stored in
-// creation order with contiguous vertex runs, so mIndex of polygon p + 1 equals mIndex + mSize of p.
-// A polygon vertex is a position in mPolygonVertices. An edge is named by the polygon vertex at which
-// one polygon side begins (mEdgeArray); the side runs to the next vertex of the same polygon, the last
-// wrapping to the first.
+// Words used throughout this header:
+//   control point   a position of the mesh (GetControlPoints), numbered from 0; several polygons may use it.
+//   polygon         an ordered ring of control points (PolygonDef: first polygon vertex, size, group),
+//                   numbered in creation order; its winding gives the side its normal points to.
+//   position        a place inside one polygon, 0 .. size - 1 (pPositionInPolygon).
+//   polygon vertex  one corner of one polygon: a position in mPolygonVertices, which holds the corner's
+//                   control point. Polygon p's corners are mPolygonVertices[mPolygons[p].mIndex .. mIndex +
+//                   mSize - 1], in winding order; polygons have contiguous runs, so mIndex of polygon p + 1
+//                   equals mIndex + mSize of p. "Corner" and "polygon vertex" mean the same thing.
+//   side            the segment from a polygon vertex to the next one of the same polygon, the last
+//                   wrapping to the first. Two polygons share a side when they join the same two control
+//                   points.
+//   edge            an entry of mEdgeArray: the polygon vertex at which one side begins, standing for every
+//                   side that joins the same two control points.
 //
 // Derived data (edges, normals, tangents, adjacency maps) is computed on request. The Begin/End pairs
 // build optional caches that make repeated queries cheap; every query gives the same answer without
 // them. Caller mistakes are reported through _MoxAssert ("scene/geometry/moxmesh") and answered with
-// the failure value each operation documents; nothing aborts or throws.
+// the failure value each operation documents; nothing aborts or throws. Some read-only queries are not
+// const (CheckIfVertexNormalsCCW, GetMeshEdgeIndex, GetMeshEdgeIndexForPolygon, FindPolygonIndex, the
+// crease and hole getters, GetTextureUVIndex, GetAllChannelUV) because they lock element arrays or use the
+// mesh's caches; they change no data of the mesh.
 //
-// The implementation is split by concern: moxmesh.cxx (lifecycle, polygon building and queries),
-// moxmeshlayers.cxx (UV, material, texture, per-polygon-vertex lookups, creases, holes, settings),
-// moxmeshremove.cxx (polygon removal and clean-up), moxmeshedges.cxx (edge table, editing, queries),
-// moxmeshcpmap.cxx and moxmeshcpmapadjacency.cxx (control-point maps), moxmeshadjacency.cxx (component
-// maps), moxmeshnormals.cxx, moxmeshtangents.cxx, moxmeshsplit.cxx (split and merge).
+// Each operation's documentation says what it does, what it returns and its failure values, what it
+// reports, its complexity, and the deliberate quirks that callers may observe.
 
 #include "moxsdk/core/base/moxarray.h"
 #include "moxsdk/core/base/moxcontainerallocators.h"
@@ -200,8 +207,26 @@ public:
 
     // ---- Polygon removal and clean-up ---------------------------------------------------------------
 
+    // Removes polygon pPolygonIndex and keeps everything indexed by polygon, polygon vertex or edge in
+    // step. First every layer's direct elements become index-to-direct (where the kind allows it). Each
+    // edge starting in the polygon is re-pointed to the first matching side of another polygon (lowest
+    // polygon, then position; both ends read clamped to the edge count, a kept quirk) or removed. Then
+    // every element of every layer loses the polygon's entries by its mapping (by polygon vertex: its run;
+    // by polygon: one entry; by edge: the removed edges, last first); index-to-direct elements lose index
+    // entries only, their direct arrays keep every value. Finally the polygon's vertices and record go and
+    // later runs and edge starts shift down by its size.
+    // Returns pPolygonIndex, or -1 (nothing changed) when it is not a polygon. Reports only what the
+    // arrays report for elements shorter than the mesh requires. O(polygon vertices x polygon size) for
+    // the edge search plus O(polygon vertices + edges) per element.
     int RemovePolygon(int pPolygonIndex);
+    // True when some polygon is bad: fewer than 3 vertices, or a vertex -1 or repeated within the
+    // polygon. The scan stops at the first polygon found by the -1/repeat test. Quirk kept: the last
+    // vertex is only compared with the others, never tested for -1 by itself, so {7, 8, 9, -1} is not
+    // bad. Control points are not checked against the count. Silent. O(sum of squared polygon sizes).
     bool CheckSamePointTwice() const;
+    // Removes every bad polygon (as CheckSamePointTwice defines it), from the last to the first, through
+    // RemovePolygon; the survivors keep their order. Returns the number removed (0 for an empty mesh).
+    // O(bad polygons x RemovePolygon).
     int RemoveBadPolygons();
 
     // ---- UV, material and texture indices (layer 0) -------------------------------------------------
@@ -342,20 +367,81 @@ public:
 
     // ---- Normals ------------------------------------------------------------------------------------
 
+    // pCW chooses the winding the polygons are taken to have: false (the default) counter-clockwise, the
+    // normal pointing to the side from which the corners are seen counter-clockwise; true clockwise.
+
+    // Sums, per control point, the unnormalised normals of every corner at it (the cross product of the
+    // corner's two sides: weighted by area and angle, on purpose) and counts them. pNormalInfo is resized
+    // to the control point count; records it already held keep their contents. A corner whose control
+    // point, or a neighbour's, is negative empties pNormalInfo and reports "false"; control points at or
+    // past the count are read as they come (their positions read zero). O(polygon vertices).
     void ComputeNormalsPerCtrlPoint(MoxArray<VertexNormalInfo>& pNormalInfo, bool pCW = false);
+    // Replaces layer 0's normals by one per control point (eByControlPoint, eDirect): the mean of its
+    // corner normals, normalised; (0, 0, 0, 1) for a point no polygon uses. Reports "isvalid && direct !=
+    // NULL" when no normal array can be had. With a negative control point in a polygon the result is
+    // undefined (the reads of the empty sums are reported). O(polygon vertices + control points).
     void GenerateNormalsByCtrlPoint(bool pCW);
+    // One normalised corner normal per polygon vertex, in polygon-vertex order (mNumNormal 1 each): the
+    // faceted normals. Without control points reports "lPoints != NULL" and leaves the array as it was; a
+    // corner, or a neighbour, outside 0 .. control points - 1 empties the array and reports "false".
+    // O(polygon vertices).
     void ComputeNormalsPerPolygonVertex(MoxArray<VertexNormalInfo>& pNormalInfo, bool pCW = false);
+    // Gives layer 0 normals. Returns false only without layer 0. Existing normals are kept (true, no
+    // change) unless pOverwrite. With pByCtrlPoint: GenerateNormalsByCtrlPoint. Otherwise one normal per
+    // polygon vertex (eByPolygonVertex, eDirect): the faceted normal, except for corners that a smoothing
+    // element marks smooth, which take their control point's area-weighted mean normal over every corner
+    // at it. Smoothing by polygon (value > 0) marks the polygon's corners; smoothing by edge (value > 0)
+    // marks, in each polygon having that edge, the corners at either end; either way the edge lookups are
+    // opened, so a smoothing element on a mesh without edges reports from them. Other mappings report
+    // "lMappingMode == MoxLayerElement::eByPolygon || lMappingMode == MoxLayerElement::eByEdge" and are
+    // skipped; indexed edge smoothing reports "lReferenceMode == MoxLayerElement::eDirect" and is read as
+    // direct. Kept quirks: the smoothed mean is always counter-clockwise whatever pCW says; smoothing by
+    // polygon reads the size and value through the index array but the start at the polygon itself; the
+    // edge test clamps control points to the polygon count. A corner left without a normal gets (0, 0, 0,
+    // 1). O(polygon vertices + edges) with the caches the call opens.
     bool GenerateNormals(bool pOverwrite = false, bool pByCtrlPoint = false, bool pCW = false);
+    // Whether layer 0's normals, read per control point (directly or through the index array), were made
+    // counter-clockwise: true as soon as one control point's stored normal lies within 0.01 of its
+    // recomputed counter-clockwise mean (existential on purpose; an unused point stores (0, 0, 0, 1) either
+    // way and matches). False without normals, for an index array not sized to the control points
+    // (reported with that condition's text) and for a negative corner ("(lCurrentIndex >= 0 &&
+    // lPreviousIndex >= 0 && lNextIndex >= 0)"). Not const: it locks the element's arrays.
+    // O(polygon vertices + control points).
     bool CheckIfVertexNormalsCCW();
+    // Makes this mesh's normals shared wherever pMesh's are: at every control point with more than two
+    // polygon vertices, all element entries whose reference normals are equal within 1e-06 get the
+    // normalised mean of this mesh's values there. Two smooth groups meeting at one point become one (kept
+    // on purpose). Elements mapped by control point or by polygon vertex are conformed, others skipped.
+    // False, with nothing changed, for a null pMesh or one that differs in control point count, polygons,
+    // their sizes and control points, or in the count, modes and array sizes of its normal elements.
+    // O(polygon vertices) expected (coinciding normals are grouped, not compared pair by pair).
     bool ConformNormalsTo(const MoxMesh* pMesh);
 
     // ---- Tangents and binormals ---------------------------------------------------------------------
 
+    // Gives layer pUVSetLayerIndex a tangent and a binormal element named after pUVSet, one direct value
+    // per polygon vertex, from layer 0's normals (never created here) and the UV set. Polygons are cut
+    // into fans from their first vertex; each corner takes the frame of one triangle (positions 0 and 1
+    // from the first, position t + 2 from triangle t). Corners at one control point whose normals agree
+    // within 1e-06, whose UV indices are equal and whose handedness agrees (or pIgnoreHandedness) share
+    // one averaged, normalised tangent and binormal; a tangent's w is +1 or -1 (its handedness).
+    // Returns false for a null pUVSet, without layer 0 or its normals, when working memory cannot be had
+    // (reported "lTangents", "lBinormals" or "lData"), or at a negative control point ("pv >= 0"); true
+    // otherwise. With pOverwrite false and tangents already on layer 0 (whatever pUVSetLayerIndex is):
+    // true, nothing changed. Kept quirk: a polygon of fewer than two vertices still advances the running
+    // polygon vertex by 2. O(polygon vertices) expected: the corners of one control point are grouped
+    // by bucket, not compared pair by pair.
     bool GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerIndex, bool pOverwrite = false,
                               bool pIgnoreHandedness = false);
+    // The same for the first UV set named pUVSetName (null: ""), layers in order and channels
+    // eTextureChannel0 .. eTextureChannel16 on each; false when none has that name.
     bool GenerateTangentsData(const char* pUVSetName = nullptr, bool pOverwrite = false,
                               bool pIgnoreHandedness = false);
+    // The same for the eTextureChannel0 UV set of layer pUVSetLayerIndex (false when there is none).
     bool GenerateTangentsData(int pUVSetLayerIndex, bool pOverwrite = false, bool pIgnoreHandedness = false);
+    // The same for every UV set, layers in order and channels in order on each. The result starts true
+    // when the mesh has a layer (false otherwise) and becomes each call's result; a false result skips
+    // the rest of that layer's channels. Returns the last result.
     bool GenerateTangentsDataForAllUVSets(bool pOverwrite = false, bool pIgnoreHandedness = false);
 
     // ---- Edges --------------------------------------------------------------------------------------
@@ -419,6 +505,9 @@ public:
 
     // ---- Adjacency ----------------------------------------------------------------------------------
 
+    // Fills pMap with, for every control point, its polygon vertices in increasing order (offsets plus
+    // one flat list; FillWithControlPointInfo). A polygon vertex naming a control point outside the count
+    // is listed under the last control point. Silent. O(polygon vertices + control points).
     void ComputeControlPointToVerticesMap(ControlPointToVerticesMap& pMap);
     // For every edge the polygons containing it, for every polygon its edges (both maps cleared first).
     // Builds mV2PVMap when needed and ends it in every case, also when the caller had built it. An edge
