@@ -4,7 +4,8 @@
 MOX_ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 
 # mox_require_packages package...: installs the Debian packages that are missing (apt-get update once,
-# then one apt-get install). Runs apt-get directly as root, through sudo otherwise.
+# then one apt-get install). Runs apt-get directly as root, through sudo otherwise. With MOX_NO_INSTALL=1
+# nothing is installed: missing packages are an error that names them.
 mox_require_packages()
 {
     local missing=()
@@ -16,6 +17,11 @@ mox_require_packages()
     done
     if [ ${#missing[@]} -eq 0 ]; then
         return 0
+    fi
+
+    if [ "${MOX_NO_INSTALL:-0}" = 1 ]; then
+        echo "error: missing packages (${missing[*]}); MOX_NO_INSTALL=1 forbids installing them" >&2
+        return 1
     fi
 
     local asRoot=()
