@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <type_traits>
 
 namespace moxsdk {
 
@@ -70,11 +71,19 @@ MoxLayerElementUserData* CloneElement(const MoxLayerElementUserData* pSource, bo
     return lCopy;
 }
 
-// Converts pElement when present; pOk becomes false when memory ran out.
+// The kinds a layer converts to index-to-direct (MoxLayer::ConvertDirectToIndexToDirect says why the
+// others stay direct).
+template <class X>
+constexpr bool sgConvertsToIndexToDirect =
+    !std::is_same<X, MoxLayerElementSmoothing>::value && !std::is_same<X, MoxLayerElementCrease>::value &&
+    !std::is_same<X, MoxLayerElementHole>::value && !std::is_same<X, MoxLayerElementUserData>::value;
+
+// Converts pElement when present and of a converted kind; pOk becomes false when memory ran out.
 template <class X>
 void Convert(X* pElement, bool& pOk)
 {
-    if (pElement && !pElement->ConvertDirectToIndexToDirect()) pOk = false;
+    if constexpr (sgConvertsToIndexToDirect<X>)
+        if (pElement && !pElement->ConvertDirectToIndexToDirect()) pOk = false;
 }
 
 // Shrinks both arrays of pElement when present.
@@ -661,84 +670,52 @@ void MoxLayer::SetTextures(MoxLayerElement::EType pType, MoxLayerElementTexture*
         pElement->Destroy();
 }
 
+template <class Visit>
+void MoxLayer::VisitSlots(const MoxLayer& pOther, Visit&& pVisit)
+{
+    pVisit(mNormals, pOther.mNormals);
+    pVisit(mBinormals, pOther.mBinormals);
+    pVisit(mTangents, pOther.mTangents);
+    pVisit(mMaterials, pOther.mMaterials);
+    pVisit(mPolygonGroups, pOther.mPolygonGroups);
+    pVisit(mVertexColors, pOther.mVertexColors);
+    pVisit(mSmoothing, pOther.mSmoothing);
+    pVisit(mVertexCrease, pOther.mVertexCrease);
+    pVisit(mEdgeCrease, pOther.mEdgeCrease);
+    pVisit(mHole, pOther.mHole);
+    pVisit(mUserData, pOther.mUserData);
+    pVisit(mVisibility, pOther.mVisibility);
+    for (int i = 0; i < MoxLayerElement::TextureChannelCount; ++i) {
+        pVisit(mUVs[i], pOther.mUVs[i]);
+        pVisit(mTextures[i], pOther.mTextures[i]);
+    }
+}
+
 void MoxLayer::Clear()
 {
-    SetNormals(nullptr);
-    SetBinormals(nullptr);
-    SetTangents(nullptr);
-    SetMaterials(nullptr);
-    SetPolygonGroups(nullptr);
-    SetVertexColors(nullptr);
-    SetSmoothing(nullptr);
-    SetVertexCrease(nullptr);
-    SetEdgeCrease(nullptr);
-    SetHole(nullptr);
-    SetUserData(nullptr);
-    SetVisibility(nullptr);
-    for (int i = 0; i < MoxLayerElement::TextureChannelCount; ++i) {
-        Replace(mUVs[i], static_cast<MoxLayerElementUV*>(nullptr));
-        Replace(mTextures[i], static_cast<MoxLayerElementTexture*>(nullptr));
-    }
+    VisitSlots(*this, [](auto*& pSlot, auto*) {
+        Replace(pSlot, static_cast<std::remove_reference_t<decltype(pSlot)>>(nullptr));
+    });
 }
 
 bool MoxLayer::CopyFrom(const MoxLayer& pOther)
 {
     if (this == &pOther) return true;
     bool lOk = true;
-    SetNormals(CloneElement(pOther.mNormals, lOk));
-    SetBinormals(CloneElement(pOther.mBinormals, lOk));
-    SetTangents(CloneElement(pOther.mTangents, lOk));
-    SetMaterials(CloneElement(pOther.mMaterials, lOk));
-    SetPolygonGroups(CloneElement(pOther.mPolygonGroups, lOk));
-    SetVertexColors(CloneElement(pOther.mVertexColors, lOk));
-    SetSmoothing(CloneElement(pOther.mSmoothing, lOk));
-    SetVertexCrease(CloneElement(pOther.mVertexCrease, lOk));
-    SetEdgeCrease(CloneElement(pOther.mEdgeCrease, lOk));
-    SetHole(CloneElement(pOther.mHole, lOk));
-    SetUserData(CloneElement(pOther.mUserData, lOk));
-    SetVisibility(CloneElement(pOther.mVisibility, lOk));
-    for (int i = 0; i < MoxLayerElement::TextureChannelCount; ++i) {
-        Replace(mUVs[i], CloneElement(pOther.mUVs[i], lOk));
-        Replace(mTextures[i], CloneElement(pOther.mTextures[i], lOk));
-    }
+    VisitSlots(pOther, [&](auto*& pSlot, const auto* pSource) { Replace(pSlot, CloneElement(pSource, lOk)); });
     return lOk;
 }
 
 bool MoxLayer::ConvertDirectToIndexToDirect()
 {
     bool lOk = true;
-    Convert(mNormals, lOk);
-    Convert(mBinormals, lOk);
-    Convert(mTangents, lOk);
-    Convert(mMaterials, lOk);
-    Convert(mPolygonGroups, lOk);
-    Convert(mVertexColors, lOk);
-    Convert(mVisibility, lOk);
-    for (int i = 0; i < MoxLayerElement::TextureChannelCount; ++i) {
-        Convert(mUVs[i], lOk);
-        Convert(mTextures[i], lOk);
-    }
+    VisitSlots(*this, [&](auto* pSlot, auto*) { Convert(pSlot, lOk); });
     return lOk;
 }
 
 void MoxLayer::Compact()
 {
-    CompactElement(mNormals);
-    CompactElement(mBinormals);
-    CompactElement(mTangents);
-    CompactElement(mMaterials);
-    CompactElement(mPolygonGroups);
-    CompactElement(mVertexColors);
-    CompactElement(mSmoothing);
-    CompactElement(mVertexCrease);
-    CompactElement(mEdgeCrease);
-    CompactElement(mHole);
-    CompactElement(mUserData);
-    CompactElement(mVisibility);
-    for (int i = 0; i < MoxLayerElement::TextureChannelCount; ++i) {
-        CompactElement(mUVs[i]);
-        CompactElement(mTextures[i]);
-    }
+    VisitSlots(*this, [](auto* pSlot, auto*) { CompactElement(pSlot); });
 }
 
 }  // namespace moxsdk

@@ -644,6 +644,11 @@ public:
     void Compact();
 
 private:
+    // Calls pVisit(slot of this layer, the same slot of pOther) for every element slot, in the order
+    // above: the single kinds, then UV set and texture of each channel in turn.
+    template <class Visit>
+    void VisitSlots(const MoxLayer& pOther, Visit&& pVisit);
+
     MoxLayerElementNormal* mNormals = nullptr;
     MoxLayerElementBinormal* mBinormals = nullptr;
     MoxLayerElementTangent* mTangents = nullptr;
