@@ -14,6 +14,7 @@ set(MOXSDK_SOURCES
   scene/geometry/moxlayercontainer.cxx
   scene/geometry/moxmesh.cxx
   scene/geometry/moxmeshadjacency.cxx
+  scene/geometry/moxmeshcheck.cxx
   scene/geometry/moxmeshcpmap.cxx
   scene/geometry/moxmeshcpmapadjacency.cxx
   scene/geometry/moxmeshedges.cxx

@@ -95,6 +95,29 @@ void CompactElement(X* pElement)
     pElement->mIndexArray->Compact();
 }
 
+// True when pElement is absent or sized as IsSizedFor says; pRequired gives the entry count per mapping mode.
+template <class T>
+bool IsElementSized(const MoxLayerElementTemplate<T>* pElement, const int (&pRequired)[6])
+{
+    if (!pElement) return true;
+    const int lMapping = pElement->GetMappingMode();
+    if (lMapping <= MoxLayerElement::eNone || lMapping > MoxLayerElement::eByMesh)
+        return lMapping == MoxLayerElement::eNone;
+    const int lRequired = pRequired[lMapping];
+    const MoxLayerElement::EReferenceMode lReference = pElement->GetReferenceMode();
+    if (lReference == MoxLayerElement::eDirect)
+        return std::is_pointer<T>::value || pElement->GetDirectArray().GetCount() == lRequired;
+    const MoxLayerElementArrayTemplate<int>& lIndices = pElement->GetIndexArray();
+    if (lIndices.GetCount() != lRequired) return false;
+    if (std::is_pointer<T>::value || lReference != MoxLayerElement::eIndexToDirect) return true;
+    const int lValueCount = pElement->GetDirectArray().GetCount();
+    for (int i = 0; i < lRequired; ++i) {
+        const int lIndex = lIndices.GetAt(i);
+        if (lIndex < -1 || lIndex >= lValueCount) return false;
+    }
+    return true;
+}
+
 // A copy of pText in memory of its own, or null.
 char* CopyText(const char* pText)
 {
@@ -670,30 +693,30 @@ void MoxLayer::SetTextures(MoxLayerElement::EType pType, MoxLayerElementTexture*
         pElement->Destroy();
 }
 
-template <class Visit>
-void MoxLayer::VisitSlots(const MoxLayer& pOther, Visit&& pVisit)
+template <class Layer, class Visit>
+void MoxLayer::VisitSlots(Layer& pLayer, const MoxLayer& pOther, Visit&& pVisit)
 {
-    pVisit(mNormals, pOther.mNormals);
-    pVisit(mBinormals, pOther.mBinormals);
-    pVisit(mTangents, pOther.mTangents);
-    pVisit(mMaterials, pOther.mMaterials);
-    pVisit(mPolygonGroups, pOther.mPolygonGroups);
-    pVisit(mVertexColors, pOther.mVertexColors);
-    pVisit(mSmoothing, pOther.mSmoothing);
-    pVisit(mVertexCrease, pOther.mVertexCrease);
-    pVisit(mEdgeCrease, pOther.mEdgeCrease);
-    pVisit(mHole, pOther.mHole);
-    pVisit(mUserData, pOther.mUserData);
-    pVisit(mVisibility, pOther.mVisibility);
+    pVisit(pLayer.mNormals, pOther.mNormals);
+    pVisit(pLayer.mBinormals, pOther.mBinormals);
+    pVisit(pLayer.mTangents, pOther.mTangents);
+    pVisit(pLayer.mMaterials, pOther.mMaterials);
+    pVisit(pLayer.mPolygonGroups, pOther.mPolygonGroups);
+    pVisit(pLayer.mVertexColors, pOther.mVertexColors);
+    pVisit(pLayer.mSmoothing, pOther.mSmoothing);
+    pVisit(pLayer.mVertexCrease, pOther.mVertexCrease);
+    pVisit(pLayer.mEdgeCrease, pOther.mEdgeCrease);
+    pVisit(pLayer.mHole, pOther.mHole);
+    pVisit(pLayer.mUserData, pOther.mUserData);
+    pVisit(pLayer.mVisibility, pOther.mVisibility);
     for (int i = 0; i < MoxLayerElement::TextureChannelCount; ++i) {
-        pVisit(mUVs[i], pOther.mUVs[i]);
-        pVisit(mTextures[i], pOther.mTextures[i]);
+        pVisit(pLayer.mUVs[i], pOther.mUVs[i]);
+        pVisit(pLayer.mTextures[i], pOther.mTextures[i]);
     }
 }
 
 void MoxLayer::Clear()
 {
-    VisitSlots(*this, [](auto*& pSlot, auto*) {
+    VisitSlots(*this, *this, [](auto*& pSlot, auto*) {
         Replace(pSlot, static_cast<std::remove_reference_t<decltype(pSlot)>>(nullptr));
     });
 }
@@ -702,20 +725,29 @@ bool MoxLayer::CopyFrom(const MoxLayer& pOther)
 {
     if (this == &pOther) return true;
     bool lOk = true;
-    VisitSlots(pOther, [&](auto*& pSlot, const auto* pSource) { Replace(pSlot, CloneElement(pSource, lOk)); });
+    VisitSlots(*this, pOther, [&](auto*& pSlot, const auto* pSource) { Replace(pSlot, CloneElement(pSource, lOk)); });
     return lOk;
 }
 
 bool MoxLayer::ConvertDirectToIndexToDirect()
 {
     bool lOk = true;
-    VisitSlots(*this, [&](auto* pSlot, auto*) { Convert(pSlot, lOk); });
+    VisitSlots(*this, *this, [&](auto* pSlot, auto*) { Convert(pSlot, lOk); });
     return lOk;
+}
+
+bool MoxLayer::IsSizedFor(int pControlPointCount, int pPolygonVertexCount, int pPolygonCount, int pEdgeCount) const
+{
+    const int lRequired[] = {0, pControlPointCount, pPolygonVertexCount, pPolygonCount, pEdgeCount, 1};
+    bool lSized = true;
+    VisitSlots(*this, *this,
+               [&](const auto* pSlot, const auto*) { lSized = lSized && IsElementSized(pSlot, lRequired); });
+    return lSized;
 }
 
 void MoxLayer::Compact()
 {
-    VisitSlots(*this, [](auto* pSlot, auto*) { CompactElement(pSlot); });
+    VisitSlots(*this, *this, [](auto* pSlot, auto*) { CompactElement(pSlot); });
 }
 
 }  // namespace moxsdk

@@ -446,26 +446,6 @@ void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pF
     pMesh.EndGetMeshEdgeIndexForPolygon();
 }
 
-// True when the polygon table describes mPolygonVertices exactly (runs in order, back to back, covering it)
-// and every control point index is valid: polygon vertex k is then the k-th corner of the walk and no read
-// leaves an array, so the per-polygon-vertex normals can be written straight into the element.
-bool IsWellFormed(const MoxMesh& pMesh)
-{
-    if (!pMesh.GetControlPoints()) return false;
-    const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
-    int64_t lNext = 0;
-    for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
-        if (lPolygons[p].mIndex != lNext || lPolygons[p].mSize < 0) return false;
-        lNext += lPolygons[p].mSize;
-    }
-    if (lNext != pMesh.GetPolygonVertexCount()) return false;
-    const int* lVertices = pMesh.mPolygonVertices.GetArray();
-    const unsigned int lPointCount = static_cast<unsigned int>(pMesh.GetControlPointsCount());
-    for (int i = 0; i < pMesh.GetPolygonVertexCount(); ++i)
-        if (static_cast<unsigned int>(lVertices[i]) >= lPointCount) return false;
-    return true;
-}
-
 // Normalises the batch as the general path does and stores it from polygon vertex pFirst on.
 void FlushBatch(VectorBatch& pBatch, MoxVector4* pOut, int pFirst)
 {
@@ -909,7 +889,9 @@ bool MoxMesh::GenerateNormals(bool pOverwrite, bool pByCtrlPoint, bool pCW)
     // A well-formed mesh gets its normals written straight into the element; any other goes through the
     // records of ComputeNormalsPerPolygonVertex, with their reports and checked reads. Both give the same
     // values.
-    const bool lWellFormed = IsWellFormed(*this);
+    // With well-formed topology polygon vertex k is the k-th corner of the walk and no read leaves an
+    // array, so the corner normals can be written straight into the element.
+    const bool lWellFormed = GetControlPoints() && HasWellFormedTopology();
     MoxArray<VertexNormalInfo> lRecords;
     if (!lWellFormed) ComputeNormalsPerPolygonVertex(lRecords, pCW);
     SmoothTargets lSmooth(*this, lRecords);

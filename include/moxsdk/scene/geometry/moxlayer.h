@@ -642,12 +642,19 @@ public:
     bool ConvertDirectToIndexToDirect();
     // Shrinks every array of every element to its count.
     void Compact();
+    // True when every element's arrays are sized as its mapping requires, for a mesh of these counts: the
+    // index array (eIndex, eIndexToDirect) or the direct array (eDirect) holds one entry per control
+    // point, polygon vertex, polygon or edge, or exactly one for eByMesh; eNone requires nothing. The
+    // indices of an index-to-direct element of values lie in -1 .. direct count - 1 (-1: an unmapped
+    // component); elements of pointers (materials, textures, user data) refer to objects outside the
+    // element, so only their index arrays are sized. O(total index count).
+    bool IsSizedFor(int pControlPointCount, int pPolygonVertexCount, int pPolygonCount, int pEdgeCount) const;
 
 private:
-    // Calls pVisit(slot of this layer, the same slot of pOther) for every element slot, in the order
-    // above: the single kinds, then UV set and texture of each channel in turn.
-    template <class Visit>
-    void VisitSlots(const MoxLayer& pOther, Visit&& pVisit);
+    // Calls pVisit(slot of pLayer, the same slot of pOther) for every element slot, in the order above:
+    // the single kinds, then UV set and texture of each channel in turn.
+    template <class Layer, class Visit>
+    static void VisitSlots(Layer& pLayer, const MoxLayer& pOther, Visit&& pVisit);
 
     MoxLayerElementNormal* mNormals = nullptr;
     MoxLayerElementBinormal* mBinormals = nullptr;

@@ -205,6 +205,20 @@ public:
     // True when every polygon has 3 vertices (true without polygons).
     bool IsTriangleMesh() const;
 
+    // ---- Invariants ----------------------------------------------------------------------------------
+    //
+    // Every operation accepts any mesh and stays inside its arrays; these checks tell whether a mesh is
+    // the well-formed kind that a host builds with BeginPolygon/AddPolygon and that every operation keeps
+    // well-formed. Silent, O(polygon vertices + edges + element entries).
+
+    // The topology invariants: polygon p's run starts where polygon p - 1's ends (polygon 0's at 0),
+    // every size is at least 0, the runs cover mPolygonVertices exactly, and every polygon vertex names a
+    // control point (0 .. control point count - 1).
+    bool HasWellFormedTopology() const;
+    // HasWellFormedTopology, and: every edge names a polygon vertex (0 .. polygon vertex count - 1); every
+    // element of every layer is sized as its mapping requires (MoxLayer::IsSizedFor).
+    bool IsWellFormed() const;
+
     // ---- Polygon removal and clean-up ---------------------------------------------------------------
 
     // Removes polygon pPolygonIndex and keeps everything indexed by polygon, polygon vertex or edge in
