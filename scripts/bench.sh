@@ -4,7 +4,12 @@
 # Assimp, meshoptimizer and OpenMesh, with both times and their ratio (scripts/benchtable.py).
 #
 # Usage: scripts/bench.sh [--full] [FILTER]
-#   --full  adds the meshes of 4M triangles (by default the torus goes up to 1M triangles)
+#        scripts/bench.sh --pipeline [TRIANGLES]
+#   --full      adds the meshes of 4M triangles (by default the torus goes up to 1M triangles)
+#   --pipeline  end to end instead: on a generated UV-mapped torus OBJ of TRIANGLES triangles (default
+#               1000000, with a UV seam; scripts/torusobj.py), the wall time and peak RSS of
+#               `moxmesh process IN -o OUT.glb --smooth-angle 45 --tangents` and of
+#               `assimp export IN OUT.glb -gsn -cts -jiv` (Debian's assimp-utils), best of the repetitions
 #   FILTER  a regular expression on the benchmark names, "<mesh>/<side>.<operation>", e.g. 'torus_tri_1M/'
 #           (one mesh) or 'torus_tri_1M/.*Normals' (the normal rows of ours and of the peers)
 # Environment: MOX_BENCH_DATA, the directory of .obj files measured besides the procedural meshes
@@ -18,10 +23,12 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 lFull=()
 lFilter=""
+lPipeline=false
 for lArgument in "$@"; do
     case "$lArgument" in
         --full) lFull=(--full) ;;
-        -h|--help) sed -n '2,15p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; exit 0 ;;
+        --pipeline) lPipeline=true ;;
+        -h|--help) sed -n '2,20p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; exit 0 ;;
         -*) echo "error: unknown option $lArgument (see --help)" >&2; exit 2 ;;
         *) lFilter="$lArgument" ;;
     esac
@@ -31,6 +38,45 @@ mox_require_packages "${MOX_BUILD_PACKAGES[@]}" "${MOX_TOOL_PACKAGES[@]}" "${MOX
 
 cd "$MOX_ROOT"
 cmake --preset bench >/dev/null
+
+# mox_pipeline_run NAME COMMAND...: runs COMMAND (its output to stderr) MOX_BENCH_REPETITIONS times and
+# prints a table row with the fastest wall time and the largest peak RSS.
+mox_pipeline_run()
+{
+    local name="$1"
+    shift
+    local best="" rss=0 run measured wall peak
+    for ((run = 0; run < ${MOX_BENCH_REPETITIONS:-1}; ++run)); do
+        measured="$(mktemp)"
+        /usr/bin/time -f '%e %M' -o "$measured" "$@" >&2
+        read -r wall peak <"$measured"
+        rm -f "$measured"
+        if [ -z "$best" ] || awk "BEGIN { exit !($wall < $best) }"; then best="$wall"; fi
+        if [ "$peak" -gt "$rss" ]; then rss="$peak"; fi
+    done
+    printf '| %s | %.2f | %d |\n' "$name" "$best" $((rss / 1024))
+}
+
+if $lPipeline; then
+    mox_require_packages assimp-utils time
+    cmake --build --preset bench --target moxmesh >&2
+    lTriangles="${lFilter:-1000000}"
+    lDirectory=build/bench/pipeline
+    mkdir -p "$lDirectory"
+    lInput="$lDirectory/torus_$lTriangles.obj"
+    [ -s "$lInput" ] || /usr/bin/python3 scripts/torusobj.py "$lTriangles" "$lInput"
+    echo "End to end on $lInput ($(du -m "$lInput" | cut -f1) MB; transparent huge pages:" \
+        "$(sed 's/.*\[\(.*\)\].*/\1/' /sys/kernel/mm/transparent_hugepage/enabled 2>/dev/null || echo unknown);" \
+        "GLIBC_TUNABLES: ${GLIBC_TUNABLES:-unset}; best of ${MOX_BENCH_REPETITIONS:-1})"
+    echo
+    echo "| program | wall s | peak RSS MB |"
+    echo "|---|---:|---:|"
+    mox_pipeline_run "moxmesh process --smooth-angle 45 --tangents" \
+        build/bench/bin/moxmesh process "$lInput" -o "$lDirectory/moxmesh.glb" --smooth-angle 45 --tangents
+    mox_pipeline_run "assimp export -gsn -cts -jiv" \
+        assimp export "$lInput" "$lDirectory/assimp.glb" -gsn -cts -jiv
+    exit 0
+fi
 cmake --build --preset bench --target moxpeers_bench >&2
 
 export MOX_BENCH_DATA="${MOX_BENCH_DATA:-$MOX_ROOT/../shared/data}"
@@ -43,4 +89,4 @@ if [ ! -s "$lResults" ]; then
     echo "error: no benchmark ran (filter '${lFilter}')" >&2
     exit 1
 fi
-python3 scripts/benchtable.py "$lResults"
+/usr/bin/python3 scripts/benchtable.py "$lResults"

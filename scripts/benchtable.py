@@ -4,13 +4,15 @@
 For every mesh: each of our operations beside the nearest peer operations, both CPU times (the fastest
 of repeated runs), the peer's time divided by ours (above 1: ours is faster), and our time in streaming
 passes (our time divided by the floor's, one pass that reads each corner's index and position and writes
-one double4). Then, for the torus meshes, our time per polygon at each size, and the largest over the
+one double4); beside each time, the minor page faults per call (the "faults/call" counter: first touches
+of fresh memory, which cost more than the arithmetic on many machines). Then, for the torus meshes, our time per polygon at each size, and the largest over the
 smallest.
 
 Usage: benchtable.py RESULTS.json
 """
 
 import json
+import os
 import sys
 
 # (work, our operation, nearest peer operations), in table order.
@@ -26,6 +28,8 @@ PAIRS = [
     ("per-corner normals from a feature angle", "mox.SmoothByAngle45+GenerateNormals",
      ["openmesh.FaceHalfedgeNormals", "assimp.GenSmoothNormals45"]),
     ("tangents and binormals", "mox.GenerateTangentsDataForAllUVSets", ["assimp.CalcTangentSpace"]),
+    ("tangents after smoothing by edge", "mox.GenerateTangentsDataForAllUVSets.SmoothingByEdge",
+     ["assimp.CalcTangentSpace"]),
     ("merge list (a point per corner in)", "mox.BuildMergeList",
      ["meshopt.generateVertexRemap", "assimp.JoinIdenticalVertices"]),
     ("merge coincident points", "mox.BuildMergeList+MergePoints", ["assimp.JoinIdenticalVertices"]),
@@ -43,7 +47,8 @@ NAMES = {
     "mox.GenerateNormals.SmoothingByPolygon": "GenerateNormals, smoothing by polygon",
     "mox.GenerateNormals.SmoothingByEdge": "GenerateNormals, smoothing by edge",
     "mox.SmoothByAngle45+GenerateNormals": "edges by angle (45 deg) + GenerateNormals",
-    "mox.GenerateTangentsDataForAllUVSets": "GenerateTangentsDataForAllUVSets",
+    "mox.GenerateTangentsDataForAllUVSets": "GenerateTangentsDataForAllUVSets (smooth normals)",
+    "mox.GenerateTangentsDataForAllUVSets.SmoothingByEdge": "GenerateTangentsDataForAllUVSets (45 deg hard edges)",
     "mox.BuildMergeList": "BuildMergeList",
     "mox.BuildMergeList+MergePoints": "BuildMergeList + MergePointsForPolygonVerteNormals",
     "mox.RemoveBadPolygons": "RemoveBadPolygons",
@@ -108,6 +113,14 @@ def fmt_ratio(numerator, denominator):
     return "{:.1f}".format(ratio) if ratio >= 10 else "{:.2f}".format(ratio)
 
 
+def fmt_faults(rows, operation):
+    """Minor page faults per call of the fastest run ("faults/call" counter)."""
+    entry = rows.get(operation)
+    if entry is None or entry.get("faults/call") is None:
+        return "-"
+    return "{:,.0f}".format(entry["faults/call"])
+
+
 def describe(rows):
     entry = next(iter(rows.values()))
     polygons = int(entry.get("polygons", 0))
@@ -121,8 +134,8 @@ def print_mesh(mesh, rows):
     floor = time_of(rows, FLOOR)
     print("### {}: {}; floor (one streaming pass) {} ms".format(mesh, describe(rows), fmt_ms(floor)))
     print()
-    print("| work | ours | ms | passes | nearest peer | ms | peer / ours |")
-    print("|---|---|---:|---:|---|---:|---:|")
+    print("| work | ours | ms | faults | passes | nearest peer | ms | faults | peer / ours |")
+    print("|---|---|---:|---:|---:|---|---:|---:|---:|")
     for work, ours, peers in PAIRS:
         ours_ms = time_of(rows, ours)
         if ours not in rows:
@@ -130,8 +143,10 @@ def print_mesh(mesh, rows):
         present = [peer for peer in peers if peer in rows] or [None]
         for i, peer in enumerate(present):
             peer_ms = time_of(rows, peer) if peer else None
-            left = [work, NAMES[ours], fmt_ms(ours_ms), fmt_ratio(ours_ms, floor)] if i == 0 else ["", "", "", ""]
-            right = [NAMES[peer] if peer else "-", fmt_ms(peer_ms), fmt_ratio(peer_ms, ours_ms)]
+            left = ([work, NAMES[ours], fmt_ms(ours_ms), fmt_faults(rows, ours), fmt_ratio(ours_ms, floor)]
+                    if i == 0 else ["", "", "", "", ""])
+            right = [NAMES[peer] if peer else "-", fmt_ms(peer_ms), fmt_faults(rows, peer) if peer else "-",
+                     fmt_ratio(peer_ms, ours_ms)]
             print("| " + " | ".join(left + right) + " |")
     print()
 
@@ -167,6 +182,17 @@ def print_scaling(meshes, family):
     print()
 
 
+def huge_page_setting():
+    """The kernel's transparent huge page mode, the bracketed word of its setting ("madvise")."""
+    try:
+        with open("/sys/kernel/mm/transparent_hugepage/enabled") as stream:
+            setting = stream.read()
+    except OSError:
+        return "unknown"
+    start, end = setting.find("["), setting.find("]")
+    return setting[start + 1:end] if 0 <= start < end else setting.strip()
+
+
 def main():
     if len(sys.argv) != 2:
         print(__doc__.strip().splitlines()[-1], file=sys.stderr)
@@ -178,9 +204,11 @@ def main():
     runs = max((entry.get("repetitions", 1) for rows in meshes.values() for entry in rows.values()), default=1)
     best = " best of {} runs;".format(runs) if runs > 1 else ""
     print("CPU time per call in ms (single thread;{} peer / ours above 1: ours is faster); passes: our".format(best))
-    print("time in streaming passes over the corners. Machine: {} x {} MHz, load average {}.".format(
-        context.get("num_cpus", "?"), context.get("mhz_per_cpu", "?"),
-        " ".join("{:.1f}".format(load) for load in context.get("load_avg", []))))
+    print("time in streaming passes over the corners; faults: minor page faults per call. Machine: {} x {} MHz,"
+          " load average {}; transparent huge pages: {}; GLIBC_TUNABLES: {}.".format(
+              context.get("num_cpus", "?"), context.get("mhz_per_cpu", "?"),
+              " ".join("{:.1f}".format(load) for load in context.get("load_avg", [])),
+              huge_page_setting(), os.environ.get("GLIBC_TUNABLES") or "unset"))
     print()
     for mesh, rows in meshes.items():
         print_mesh(mesh, rows)

@@ -49,4 +49,23 @@ std::vector<Row> OpenMeshRows();
 // Counters of every row: the mesh's polygons and triangles (after fanning), and the time per polygon.
 void SetPerPolygon(benchmark::State& pState, const MeshData& pData);
 
+// The counter "faults/call" of a row: the process's minor page faults (getrusage) while the row's loop is
+// timed, per iteration. Made right before the loop; Pause and Resume stand for the state's PauseTiming and
+// ResumeTiming, so that the untimed preparation of an iteration is left out of the count as of the time.
+class TimedFaults {
+public:
+    explicit TimedFaults(benchmark::State& pState);
+    ~TimedFaults();
+    TimedFaults(const TimedFaults&) = delete;
+    TimedFaults& operator=(const TimedFaults&) = delete;
+
+    void Pause();
+    void Resume();
+
+private:
+    benchmark::State& mState;
+    long mCounted = 0;  // faults of the timed parts that ended
+    long mStart;        // the process's count when the running timed part began
+};
+
 }  // namespace moxpeers

@@ -147,10 +147,11 @@ void MeasureStep(benchmark::State& pState, const BenchMesh& pMesh, const Step& p
     const std::string& lScene = SceneOf(pMesh, pStep.mInput);
     Assimp::Importer lImporter;
     lImporter.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, pStep.mSmoothingAngle);
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
-        pState.PauseTiming();
+        lFaults.Pause();
         const aiScene* lRead = lImporter.ReadFileFromMemory(lScene.data(), lScene.size(), 0, "assbin");
-        pState.ResumeTiming();
+        lFaults.Resume();
         if (!lRead || lRead->mNumMeshes != 1) {
             pState.SkipWithError(lImporter.GetErrorString());
             break;

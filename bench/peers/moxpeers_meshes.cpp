@@ -5,6 +5,8 @@
 #include <memory>
 #include <utility>
 
+#include <sys/resource.h>
+
 #include "demomodel.h"
 #include "moxpeers.h"
 #include "objreader.h"
@@ -13,6 +15,13 @@
 
 namespace moxpeers {
 namespace {
+
+long MinorFaults()
+{
+    rusage lUsage{};
+    getrusage(RUSAGE_SELF, &lUsage);
+    return lUsage.ru_minflt;
+}
 
 struct TorusSize {
     const char* mName;
@@ -110,6 +119,26 @@ void SetPerPolygon(benchmark::State& pState, const MeshData& pData)
     pState.counters["triangles"] = static_cast<double>(lTriangles);
     pState.counters["time/polygon"] = benchmark::Counter(lPolygons * static_cast<double>(pState.iterations()),
                                                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+TimedFaults::TimedFaults(benchmark::State& pState) : mState(pState), mStart(MinorFaults()) {}
+
+TimedFaults::~TimedFaults()
+{
+    const double lFaults = static_cast<double>(mCounted + MinorFaults() - mStart);
+    mState.counters["faults/call"] = lFaults / static_cast<double>(std::max<benchmark::IterationCount>(mState.iterations(), 1));
+}
+
+void TimedFaults::Pause()
+{
+    mState.PauseTiming();
+    mCounted += MinorFaults() - mStart;
+}
+
+void TimedFaults::Resume()
+{
+    mStart = MinorFaults();
+    mState.ResumeTiming();
 }
 
 }  // namespace moxpeers

@@ -34,6 +34,7 @@ void MeasureGenerateVertexRemap(benchmark::State& pState, const BenchMesh& pMesh
     const std::vector<Float3> lCorners = CornerPositions(DataOf(pMesh));
     std::vector<unsigned int> lRemap(lCorners.size());
     size_t lUnique = 0;
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
         lUnique = meshopt_generateVertexRemap(lRemap.data(), nullptr, lCorners.size(), lCorners.data(), lCorners.size(),
                                               sizeof(Float3));

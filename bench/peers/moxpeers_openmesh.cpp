@@ -50,10 +50,11 @@ template <class Mesh>
 void MeasureBuild(benchmark::State& pState, const MeshData& pData)
 {
     std::unique_ptr<Mesh> lMesh;
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
-        pState.PauseTiming();
+        lFaults.Pause();
         lMesh.reset();
-        pState.ResumeTiming();
+        lFaults.Resume();
         lMesh = std::make_unique<Mesh>();
         Fill(pData, *lMesh);
     }
@@ -72,6 +73,7 @@ void MeasureNormals(benchmark::State& pState, const MeshData& pData, bool pHalfe
     else
         lMesh.request_vertex_normals();
     Fill(pData, lMesh);
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh.update_normals();
 }
 

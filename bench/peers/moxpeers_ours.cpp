@@ -72,6 +72,7 @@ void MeasureStreamingFloor(benchmark::State& pState, const BenchMesh& pMesh)
     const MeshData& lData = DataOf(pMesh);
     const std::vector<int>& lVertices = lData.mPolygonVertices;
     std::vector<MoxVector4> lOut(lVertices.size());
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
         for (size_t k = 0; k < lVertices.size(); ++k) {
             const double* lPosition = &lData.mPositions[3 * static_cast<size_t>(lVertices[k])];
@@ -86,6 +87,7 @@ void MeasureStreamingFloor(benchmark::State& pState, const BenchMesh& pMesh)
 void MeasureBuildMeshEdgeArray(benchmark::State& pState, const BenchMesh& pMesh)
 {
     const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh->Mesh().BuildMeshEdgeArray();
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -96,6 +98,7 @@ void MeasureComputeComponentMaps(benchmark::State& pState, const BenchMesh& pMes
     lMesh->Mesh().BuildMeshEdgeArray();
     MoxMesh::ComponentMap lEdgeToPolygons;
     MoxMesh::ComponentMap lPolygonToEdges;
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh->Mesh().ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -103,6 +106,7 @@ void MeasureComputeComponentMaps(benchmark::State& pState, const BenchMesh& pMes
 void MeasureNormalsByControlPoint(benchmark::State& pState, const BenchMesh& pMesh)
 {
     const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh->Mesh().GenerateNormals(true, true, false);
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -114,6 +118,7 @@ void MeasureNormalsSmoothingByPolygon(benchmark::State& pState, const BenchMesh&
     const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
     lMesh->Mesh().BuildMeshEdgeArray();
     SmoothAllPolygons(lMesh->Mesh());
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh->Mesh().GenerateNormals(true, false, false);
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -124,6 +129,7 @@ void MeasureNormalsSmoothingByEdge(benchmark::State& pState, const BenchMesh& pM
     const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
     lMesh->Mesh().BuildMeshEdgeArray();
     moxmeshtool::SmoothByAngle(lMesh->Mesh(), sgFeatureAngle);
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh->Mesh().GenerateNormals(true, false, false);
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -134,6 +140,7 @@ void MeasureSmoothByAngleAndNormals(benchmark::State& pState, const BenchMesh& p
 {
     const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
     lMesh->Mesh().BuildMeshEdgeArray();
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
         moxmeshtool::SmoothByAngle(lMesh->Mesh(), sgFeatureAngle);
         lMesh->Mesh().GenerateNormals(true, false, false);
@@ -148,6 +155,20 @@ void MeasureTangents(benchmark::State& pState, const BenchMesh& pMesh)
     lMesh->Mesh().BuildMeshEdgeArray();
     SmoothAllPolygons(lMesh->Mesh());
     lMesh->Mesh().GenerateNormals(true, false, false);
+    TimedFaults lFaults(pState);
+    for (auto _ : pState) lMesh->Mesh().GenerateTangentsDataForAllUVSets(true, false);
+    SetPerPolygon(pState, DataOf(pMesh));
+}
+
+// On normals per polygon vertex after smoothing by edge, as the tool's pipeline has them when it makes
+// tangents after a feature angle: hard edges make corners of one control point differ.
+void MeasureTangentsAfterSmoothingByEdge(benchmark::State& pState, const BenchMesh& pMesh)
+{
+    const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
+    lMesh->Mesh().BuildMeshEdgeArray();
+    moxmeshtool::SmoothByAngle(lMesh->Mesh(), sgFeatureAngle);
+    lMesh->Mesh().GenerateNormals(true, false, false);
+    TimedFaults lFaults(pState);
     for (auto _ : pState) lMesh->Mesh().GenerateTangentsDataForAllUVSets(true, false);
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -156,6 +177,7 @@ void MeasureBuildMergeList(benchmark::State& pState, const BenchMesh& pMesh)
 {
     const std::unique_ptr<ManagedMesh> lMesh = NewSplitMesh(DataOf(pMesh));
     MoxArray<int> lMergeList;
+    TimedFaults lFaults(pState);
     for (auto _ : pState) benchmark::DoNotOptimize(lMesh->Mesh().BuildMergeList(lMergeList));
     pState.counters["points in"] = lMesh->Mesh().GetControlPointsCount();
     SetPerPolygon(pState, DataOf(pMesh));
@@ -167,10 +189,11 @@ void MeasureMergePoints(benchmark::State& pState, const BenchMesh& pMesh)
     const std::unique_ptr<ManagedMesh> lSource = NewSplitMesh(DataOf(pMesh));
     MoxMesh& lMesh = NewWorkMesh(*lSource);
     MoxArray<int> lMergeList;
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
-        pState.PauseTiming();
+        lFaults.Pause();
         lMesh.Copy(lSource->Mesh());
-        pState.ResumeTiming();
+        lFaults.Resume();
         lMesh.BuildMergeList(lMergeList);
         lMesh.MergePointsForPolygonVerteNormals(lMergeList);
     }
@@ -182,10 +205,11 @@ void MeasureRemoveBadPolygons(benchmark::State& pState, const BenchMesh& pMesh)
 {
     const std::unique_ptr<ManagedMesh> lSource = NewMesh(DataOf(pMesh));
     MoxMesh& lMesh = NewWorkMesh(*lSource);
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
-        pState.PauseTiming();
+        lFaults.Pause();
         lMesh.Copy(lSource->Mesh());
-        pState.ResumeTiming();
+        lFaults.Resume();
         benchmark::DoNotOptimize(lMesh.RemoveBadPolygons());
     }
     SetPerPolygon(pState, DataOf(pMesh));
@@ -194,6 +218,7 @@ void MeasureRemoveBadPolygons(benchmark::State& pState, const BenchMesh& pMesh)
 void MeasureCheckSamePointTwice(benchmark::State& pState, const BenchMesh& pMesh)
 {
     const std::unique_ptr<ManagedMesh> lMesh = NewMesh(DataOf(pMesh));
+    TimedFaults lFaults(pState);
     for (auto _ : pState) benchmark::DoNotOptimize(lMesh->Mesh().CheckSamePointTwice());
     SetPerPolygon(pState, DataOf(pMesh));
 }
@@ -215,8 +240,9 @@ void RunDemoPipeline(MoxMesh& pMesh)
 void MeasureDemoPipeline(benchmark::State& pState, const BenchMesh& pMesh)
 {
     std::unique_ptr<ManagedMesh> lMesh;
+    TimedFaults lFaults(pState);
     for (auto _ : pState) {
-        pState.PauseTiming();
+        lFaults.Pause();
         lMesh.reset();
         if (pMesh.mIsDemoModel) {
             lMesh = std::make_unique<ManagedMesh>();
@@ -224,7 +250,7 @@ void MeasureDemoPipeline(benchmark::State& pState, const BenchMesh& pMesh)
         } else {
             lMesh = NewMesh(DataOf(pMesh));
         }
-        pState.ResumeTiming();
+        lFaults.Resume();
         RunDemoPipeline(lMesh->Mesh());
     }
     lMesh.reset();
@@ -244,6 +270,7 @@ std::vector<Row> OurRows()
         {"mox.GenerateNormals.SmoothingByEdge", MeasureNormalsSmoothingByEdge},
         {"mox.SmoothByAngle45+GenerateNormals", MeasureSmoothByAngleAndNormals},
         {"mox.GenerateTangentsDataForAllUVSets", MeasureTangents, true},
+        {"mox.GenerateTangentsDataForAllUVSets.SmoothingByEdge", MeasureTangentsAfterSmoothingByEdge, true},
         {"mox.BuildMergeList", MeasureBuildMergeList},
         {"mox.BuildMergeList+MergePoints", MeasureMergePoints},
         {"mox.RemoveBadPolygons", MeasureRemoveBadPolygons},

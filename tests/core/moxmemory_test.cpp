@@ -55,6 +55,36 @@ TEST(MoxMemory, HandlersAreReplaceableAndRestorable)
     MoxFree(lZeroed);
 }
 
+// A large block of the default MoxMalloc and MoxRealloc starts on a 2 MiB page, whether new or taken
+// from the cache of freed large blocks, keeps its bytes when it grows, and goes back through MoxFree.
+TEST(MoxMemory, DefaultLargeBlocksAreAlignedAndReusable)
+{
+    constexpr size_t lHugePage = size_t(2) << 20;
+    constexpr size_t lSize = (size_t(13) << 20) + 5;
+    auto* lBlock = static_cast<unsigned char*>(MoxMalloc(lSize));
+    ASSERT_NE(lBlock, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(lBlock) % lHugePage, 0u);
+    lBlock[0] = 7;
+    lBlock[lSize - 1] = 9;
+    auto* lGrown = static_cast<unsigned char*>(MoxRealloc(lBlock, 2 * lSize));
+    ASSERT_NE(lGrown, nullptr);
+    EXPECT_EQ(lGrown[0], 7);
+    EXPECT_EQ(lGrown[lSize - 1], 9);
+    MoxFree(lGrown);
+
+    void* lFirst = MoxRealloc(nullptr, lSize);
+    ASSERT_NE(lFirst, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(lFirst) % lHugePage, 0u);
+    MoxFree(lFirst);
+    void* lAgain = MoxMalloc(lSize);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(lAgain) % lHugePage, 0u);
+    MoxFree(lAgain);
+    void* lZeroed = MoxCalloc(lSize, 1);
+    ASSERT_NE(lZeroed, nullptr);
+    EXPECT_EQ(static_cast<unsigned char*>(lZeroed)[lSize - 1], 0);
+    MoxFree(lZeroed);
+}
+
 struct Counted {
     static int sgLive;
     static std::vector<int> sgDestroyed;
