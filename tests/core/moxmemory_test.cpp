@@ -55,9 +55,9 @@ TEST(MoxMemory, HandlersAreReplaceableAndRestorable)
     MoxFree(lZeroed);
 }
 
-// A large block of the default MoxMalloc and MoxRealloc starts on a 2 MiB page, whether new or taken
-// from the cache of freed large blocks, keeps its bytes when it grows, and goes back through MoxFree.
-TEST(MoxMemory, DefaultLargeBlocksAreAlignedAndReusable)
+// A large block of the default MoxMalloc and MoxRealloc starts on a 2 MiB page, keeps its bytes when it
+// grows, and goes back through MoxFree.
+TEST(MoxMemory, DefaultLargeBlocksAreAligned)
 {
     constexpr size_t lHugePage = size_t(2) << 20;
     constexpr size_t lSize = (size_t(13) << 20) + 5;

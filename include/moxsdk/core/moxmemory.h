@@ -30,10 +30,9 @@ size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 // Each setter installs a handler; nullptr restores the default: the C library's function, except that
 // blocks of 4 MiB and more from MoxMalloc, MoxCalloc and MoxRealloc are advised for transparent huge
 // pages where the OS has them (on Linux, madvise(MADV_HUGEPAGE); a new one starts 2 MiB-aligned and its
-// size is rounded up to whole 2 MiB pages), and the default MoxFree keeps the most recently freed large
-// blocks (up to 16 blocks and 512 MiB in all, until a large request that none of them fits) for the
-// default MoxMalloc and MoxRealloc to hand out again before asking the OS for fresh memory. Every default
-// block can be given to the C library's free and realloc, so handlers can be replaced one at a time.
+// size is rounded up to whole 2 MiB pages), so that a first touch faults once per 2 MiB, not per 4 KiB.
+// Every default block is a C library block (free and realloc take it), so handlers can be replaced one at
+// a time.
 void MoxSetMallocHandler(MoxMallocProc pHandler);
 void MoxSetCallocHandler(MoxCallocProc pHandler);
 void MoxSetReallocHandler(MoxReallocProc pHandler);
