@@ -1333,6 +1333,7 @@ bool MoxMesh::SplitPoints(MoxLayerElement::EType pType)
 
     ExtendSkinClusters(*this, lRecords);
     WriteSplitControlPoints(*this, lRecords, lUVDirect, lSplitEdges);
+    NotePolygonEdit();
     if (lHasEdges) AppendSplitEdges(*this, lSplitEdges);
     ForEachTargetShape(*this, sgSplit, [this, &lRecords, pType](MoxShape& pShape) {
         ExtendTargetShape(*this, pShape, lRecords, pType);
@@ -1361,6 +1362,7 @@ void MoxMesh::MergePointsForPolygonVerteNormals(MoxArray<int>& pMergeList)
     VectorArray* lNormals = nullptr;
     const bool lValid = GetNormals(&lNormals);
     if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    NotePolygonEdit();
     ReorderNormalsByPolygonVertex(*this, pMergeList, lCount, lNormals);
     ReduceMergedEdges(*this);
     RebuildSkinClusters(*this, pMergeList);
