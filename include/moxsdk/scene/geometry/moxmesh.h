@@ -199,9 +199,11 @@ public:
         return mPolygonVertices.GetArray();
     }
     // Records that mPolygons or mPolygonVertices may have changed. Every operation of the mesh that writes
-    // them calls it; a caller that writes the two members directly inside a BeginAddMeshEdgeIndex /
-    // BeginGetMeshEdgeIndexForPolygon pair calls it too. The pairs' shortcut for control points of high
-    // valence describes the polygons as they were at Begin, and is not used once an edit is recorded.
+    // them calls it; a caller that writes them inside a BeginAddMeshEdgeIndex /
+    // BeginGetMeshEdgeIndexForPolygon pair directly through the members, or through a pointer obtained
+    // before Begin, calls it too. The pairs' shortcut for control points of high valence describes the
+    // polygons as they were at Begin, and is not used once an edit is recorded (ComputeComponentMaps
+    // needs no record: it rebuilds the shortcut from the polygons as they are).
     void NotePolygonEdit() const { ++mPolygonEditCount; }
     int GetPolygonVertexIndex(int pPolygonIndex) const;
     int GetPolygonGroup(int pPolygonIndex) const;
@@ -395,7 +397,8 @@ public:
     // Entry pEdgeIndex names the first side (polygon order) joining the two control points, as that
     // polygon winds it. pEdgeIndex on success, -1 for bad arguments (reported as "false") or no such
     // side, -2 for a known edge when checking. With mV2PVMap built: O(corners of the start control point)
-    // (O(log) for one of high valence); without: a scan of every polygon vertex.
+    // (O(log) for one of high valence while no polygon edit is recorded since Begin, see NotePolygonEdit);
+    // without: a scan of every polygon vertex.
     int SetMeshEdgeIndex(int pEdgeIndex, int pStartVertexIndex, int pEndVertexIndex, bool pCheckForDuplicates,
                          int pExistedEdgeCount = -1);
     // Entry pEdgeIndex names the side at pPositionInPolygon of pPolygonIndex; false for bad arguments or
