@@ -35,6 +35,49 @@ void MakeQuad(MoxMesh& pMesh)
     BuildMesh(pMesh, {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2, 3}});
 }
 
+void MakeClosedFan(MoxMesh& pMesh, int pTriangles, int pPointCount)
+{
+    std::vector<Point> lPoints{{0, 0, 1}};
+    for (int i = 1; i < pPointCount; ++i) lPoints.push_back({double(i), double(i % 3), 0});
+    std::vector<std::vector<int>> lTriangles;
+    for (int i = 0; i < pTriangles; ++i) lTriangles.push_back({0, 1 + i, 1 + (i + 1) % pTriangles});
+    BuildMesh(pMesh, lPoints, lTriangles);
+}
+
+void MakeBusyFan(MoxMesh& pMesh, std::mt19937& pRandom, int pTriangles, int pPointCount)
+{
+    MakeClosedFan(pMesh, pTriangles, pPointCount);
+    std::uniform_int_distribution<int> lPoint(1, pPointCount - 1);
+    for (int k = std::uniform_int_distribution<int>(0, 3)(pRandom); k > 0; --k) {
+        pMesh.BeginPolygon(-1, -1, -1, true);
+        for (int lVertex : {0, lPoint(pRandom), lPoint(pRandom)}) pMesh.AddPolygon(lVertex, -1);
+        pMesh.EndPolygon();
+    }
+}
+
+void EditPolygonsRandomly(MoxMesh& pMesh, std::mt19937& pRandom, bool pRecordMemberWrites)
+{
+    auto lPick = [&pRandom](int pLow, int pHigh) { return std::uniform_int_distribution<int>(pLow, pHigh)(pRandom); };
+    const int lPointCount = pMesh.GetControlPointsCount();
+    switch (lPick(0, 3)) {
+        case 1:
+            pMesh.GetPolygonVertices()[lPick(0, pMesh.GetPolygonVertexCount() - 1)] = lPick(0, lPointCount - 1);
+            break;
+        case 2:
+            pMesh.mPolygonVertices[lPick(0, pMesh.GetPolygonVertexCount() - 1)] = lPick(0, lPointCount - 1);
+            if (pRecordMemberWrites) pMesh.NotePolygonEdit();
+            break;
+        case 3:
+            pMesh.RemovePolygon(lPick(0, pMesh.GetPolygonCount() - 1));
+            pMesh.BeginPolygon(-1, -1, -1, true);
+            for (int k = 0; k < 3; ++k) pMesh.AddPolygon(lPick(0, 3) == 0 ? 0 : lPick(0, lPointCount - 1), -1);
+            pMesh.EndPolygon();
+            break;
+        default:
+            break;
+    }
+}
+
 void MakeTwoTriangles(MoxMesh& pMesh)
 {
     BuildMesh(pMesh, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, {{0, 1, 2}, {2, 1, 3}});

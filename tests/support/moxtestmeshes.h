@@ -39,6 +39,18 @@ void BuildMesh(moxsdk::MoxMesh& pMesh, const std::vector<Point>& pPoints,
 void MakeQuad(moxsdk::MoxMesh& pMesh);
 // Triangles (0, 1, 2) and (2, 1, 3) sharing side 1-2.
 void MakeTwoTriangles(moxsdk::MoxMesh& pMesh);
+// A closed fan of pTriangles triangles (0, 1 + i, 1 + (i + 1) % pTriangles) around apex 0, over pPointCount
+// control points (at least pTriangles + 1; the others are used by no polygon). The apex has pTriangles
+// corners.
+void MakeClosedFan(moxsdk::MoxMesh& pMesh, int pTriangles, int pPointCount);
+// The closed fan, then 0 to 3 more triangles (0, a, b) at the apex, a and b drawn from pRandom among the
+// other control points.
+void MakeBusyFan(moxsdk::MoxMesh& pMesh, std::mt19937& pRandom, int pTriangles, int pPointCount);
+// One random polygon edit, as callers make them inside an edge-editing pair: a polygon vertex written
+// through GetPolygonVertices, or through mPolygonVertices (followed by NotePolygonEdit when
+// pRecordMemberWrites), or a polygon removed and a triangle appended (the apex 0 likelier among its
+// corners); or no edit. New values are control points of the mesh.
+void EditPolygonsRandomly(moxsdk::MoxMesh& pMesh, std::mt19937& pRandom, bool pRecordMemberWrites);
 // The unit cube [0,1]^3: 8 points (point i = (i & 1, (i >> 1) & 1, (i >> 2) & 1)), 6 quads wound
 // counter-clockwise seen from outside.
 void MakeCube(moxsdk::MoxMesh& pMesh);

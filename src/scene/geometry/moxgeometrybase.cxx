@@ -1,5 +1,6 @@
 #include "moxsdk/scene/geometry/moxgeometrybase.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace moxsdk {
@@ -19,16 +20,15 @@ X* EnsureElement(MoxLayer& pLayer, X* (MoxLayer::*pGet)(), void (MoxLayer::*pSet
     return lElement;
 }
 
-// Makes pElement direct: pCount 0 (or less) gives pControlPoints values mapped by control point, a positive
-// pCount that many values mapped by polygon vertex. pClearMode 0 keeps the values that stay in range.
-void InitVectorElement(MoxVectorElement& pElement, int pCount, int pClearMode, int pControlPoints)
+// Makes pElement direct with pCount values (none for a negative count), mapped by pMapping. pClearMode 0
+// keeps the values that stay in range.
+void InitVectorElement(MoxVectorElement& pElement, MoxLayerElement::EMappingMode pMapping, int pCount, int pClearMode)
 {
-    const bool lPerControlPoint = pCount <= 0;
-    pElement.SetMappingMode(lPerControlPoint ? MoxLayerElement::eByControlPoint : MoxLayerElement::eByPolygonVertex);
+    pElement.SetMappingMode(pMapping);
     pElement.SetReferenceMode(MoxLayerElement::eDirect);
     pElement.mIndexArray->Clear();
     if (pClearMode != 0) pElement.mDirectArray->Clear();
-    pElement.mDirectArray->SetCount(lPerControlPoint ? pControlPoints : pCount);
+    pElement.mDirectArray->SetCount(std::max(pCount, 0));
 }
 
 // The direct array of pElement when its reference mode has one.
@@ -174,7 +174,12 @@ void MoxGeometryBase::InitNormals(int pCount, int pClearMode)
     MoxLayer* lLayer = LayerAt(0);
     MoxLayerElementNormal* lNormals =
         lLayer ? EnsureElement(*lLayer, &MoxLayer::GetNormals, &MoxLayer::SetNormals, "") : nullptr;
-    if (lNormals) InitVectorElement(*lNormals, pCount, pClearMode, GetControlPointsCount());
+    if (!lNormals) return;
+    // Only normals read a count of 0 (or less) as one value per control point.
+    if (pCount <= 0)
+        InitVectorElement(*lNormals, MoxLayerElement::eByControlPoint, GetControlPointsCount(), pClearMode);
+    else
+        InitVectorElement(*lNormals, MoxLayerElement::eByPolygonVertex, pCount, pClearMode);
 }
 
 bool MoxGeometryBase::GetNormals(MoxLayerElementArrayTemplate<MoxVector4>** pNormals) const
@@ -196,7 +201,7 @@ void MoxGeometryBase::InitTangents(int pCount, int pLayerIndex, const char* pNam
         lLayer ? EnsureElement(*lLayer, &MoxLayer::GetTangents, &MoxLayer::SetTangents, pName) : nullptr;
     if (!lTangents) return;
     lTangents->SetName(pName);
-    InitVectorElement(*lTangents, pCount, 1, GetControlPointsCount());
+    InitVectorElement(*lTangents, MoxLayerElement::eByPolygonVertex, pCount, 1);
 }
 
 void MoxGeometryBase::InitBinormals(int pCount, int pLayerIndex, const char* pName)
@@ -206,7 +211,7 @@ void MoxGeometryBase::InitBinormals(int pCount, int pLayerIndex, const char* pNa
         lLayer ? EnsureElement(*lLayer, &MoxLayer::GetBinormals, &MoxLayer::SetBinormals, pName) : nullptr;
     if (!lBinormals) return;
     lBinormals->SetName(pName);
-    InitVectorElement(*lBinormals, pCount, 1, GetControlPointsCount());
+    InitVectorElement(*lBinormals, MoxLayerElement::eByPolygonVertex, pCount, 1);
 }
 
 bool MoxGeometryBase::GetTangents(MoxLayerElementArrayTemplate<MoxVector4>** pTangents, int pLayerIndex) const

@@ -122,6 +122,7 @@ void MoxMesh::Reset()
 
     mPolygons.Clear();
     mPolygonVertices.Clear();
+    NotePolygonEdit();
     mEdgeArray.Clear();
     mControlPoints.Clear();
     ClearLayers();
@@ -183,6 +184,7 @@ MoxObject& MoxMesh::Copy(const MoxObject& pObject)
     const MoxMesh& lSource = static_cast<const MoxMesh&>(pObject);
     mPolygons = lSource.mPolygons;
     mPolygonVertices = lSource.mPolygonVertices;
+    NotePolygonEdit();
     mEdgeArray = lSource.mEdgeArray;
     mSmoothness = lSource.mSmoothness;
     mPreviewDivisionLevels = lSource.mPreviewDivisionLevels;
@@ -203,6 +205,7 @@ MoxObject& MoxMesh::Copy(const MoxObject& pObject)
 void MoxMesh::BeginPolygon(int pMaterial, int pTexture, int pGroup, bool pLegacy)
 {
     mPolygons.Add(PolygonDef{mPolygonVertices.GetCount(), 0, pGroup});
+    NotePolygonEdit();
     const int lCount = mPolygons.GetCount();
     MoxLayer* lLayer = detail::MoxGetOrCreateLayer0(*this);
     if (!lLayer) return;
@@ -221,6 +224,7 @@ void MoxMesh::BeginPolygon(int pMaterial, int pTexture, int pGroup, bool pLegacy
 void MoxMesh::BeginPolygonExt(int pMaterial, int* pTextures)
 {
     mPolygons.Add(PolygonDef{mPolygonVertices.GetCount(), 0, -1});
+    NotePolygonEdit();
     const int lCount = mPolygons.GetCount();
     MoxLayer* lLayer = detail::MoxGetOrCreateLayer0(*this);
     if (!lLayer) return;
@@ -250,6 +254,7 @@ void MoxMesh::PolySetTexture(MoxLayer* pLayer, int pTextureIndex, MoxLayerElemen
 void MoxMesh::AddPolygon(int pIndex, int pTextureUVIndex)
 {
     mPolygonVertices.Add(pIndex);
+    NotePolygonEdit();
     if (pTextureUVIndex != -1) {
         MoxLayer* lLayer = detail::MoxGetOrCreateLayer0(*this);
         MoxLayerElementUV* lUVs =

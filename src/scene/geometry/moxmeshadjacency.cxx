@@ -146,10 +146,15 @@ int MoxMesh::ComponentMap::GetValue(int pSource, int pIndex) const
 
 // Steps: the map of the edge-adding pass (built here when the caller has not), the sizes of both maps,
 // the next corner of every polygon's last corner, then one pass over the edges. The edge-adding pass is
-// ended in every case, also when the caller had begun it.
+// ended in every case, also when the caller had begun it. A caller's map keeps the corners of its Begin
+// while the corners are read as they are now: its high-valence shortcut is built anew from the polygons
+// as they are (the pass costs as much), so that edits made since, recorded or not, are seen.
 void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& pPolygonToEdges)
 {
-    if (!mV2PVMap.mValid) BeginAddMeshEdgeIndex();
+    if (mV2PVMap.mValid)
+        RebuildV2PVNeighbours();
+    else
+        BeginAddMeshEdgeIndex();
     SizePolygonToEdges(*this, pPolygonToEdges);
     const int lEdgeCount = mEdgeArray.GetCount();
     pEdgeToPolygons.Clear();

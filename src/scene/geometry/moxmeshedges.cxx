@@ -15,9 +15,12 @@
 //   every edge with a descent of the tree.
 // - mV2PVNeighbours indexes, for control points of high valence (a fan's apex), their corners by
 //   neighbouring control point, so the map walks of SetMeshEdgeIndex, GetMeshEdgeIndexForPolygon and
-//   ComputeComponentMaps visit only the corners that can match. Like the map itself, it describes the
-//   polygons as they were at BeginAddMeshEdgeIndex; it is not used once the polygon or polygon-vertex
-//   count has changed.
+//   ComputeComponentMaps visit only the corners that can match. The walks read the neighbours as they
+//   are when they run, while the index records them as they were when it was built: it is used only
+//   while no polygon edit has been recorded since (MoxMesh::NotePolygonEdit: every operation that writes
+//   polygons, and GetPolygonVertices, which hands out write access) and both counts still hold; else
+//   every corner is walked. ComputeComponentMaps, which walks the whole mesh anyway, builds the index
+//   anew from the polygons as they are when the caller's map is already built, so it sees any change.
 // - RemoveDuplicatedEdges compacts each array once for a list in increasing order, and reproduces what
 //   the one-by-one removals leave in mEdgeArray's reserved slots. Any other list (repeats, disorder,
 //   negative entries, or the edge array itself) is removed one by one, as it asks: O(list x edges).
@@ -410,21 +413,22 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
 // ---- The neighbour index of high-valence control points (mV2PVNeighbours) ----------------------------
 //
 // Layout, empty when no control point qualifies:
-//   [0], [1]             polygon count and polygon-vertex count when built (the index is used only while
-//                        both still hold);
-//   [2]                  H, the number of indexed control points;
-//   [3, 3 + H)           the indexed control points, increasing;
-//   [3 + H, 4 + 2H)      where each one's entries begin (positions in the array), and where the last end;
+//   [0], [1], [2]        polygon count, polygon-vertex count and polygon edit count when built (the index
+//                        is used only while all three still hold);
+//   [3]                  H, the number of indexed control points;
+//   [4, 4 + H)           the indexed control points, increasing;
+//   [4 + H, 5 + 2H)      where each one's entries begin (positions in the array), and where the last end;
 //   then the entries:    per corner k (rank in the control point's pairs) one entry per control point next
 //                        to the corner, neighbour * 2^32 + k, sorted and without repeats.
 // The neighbours of a corner are the control points at the next vertex (the first after the last) and at
 // the previous vertex under both rules the walks use: the one of SetMeshEdgeIndex (in a polygon of one
 // vertex, the vertex before it in the array) and the one of ComputeComponentMaps (the polygon's last).
-// A control point qualifies when it has more than kHighValence corners and every position those rules
-// read is inside mPolygonVertices, so that walking only the candidates makes the same reads, and the
-// same reports (none), as walking all corners.
+// A control point qualifies when it has more than kHighValence corners, each still a corner of it (a
+// position of its polygon, holding the control point), and every position those rules read is inside
+// mPolygonVertices, so that walking only the candidates makes the same reads, and the same reports
+// (none), as walking all corners.
 
-constexpr int kHeaderSize = 3;
+constexpr int kHeaderSize = 4;
 
 long long NeighbourEntry(int pNeighbour, int pRank)
 {
@@ -451,16 +455,20 @@ CornerPositions PositionsAround(const MoxMesh::PolygonDef& pPolygon, int pPositi
                            lBefore};
 }
 
-// True when every corner of pControlPoint lies in a polygon whose reads stay inside mPolygonVertices.
+// True when every corner of pControlPoint in the map is a position of its polygon that holds
+// pControlPoint, in a polygon whose reads stay inside mPolygonVertices. (Always so for the polygons the
+// map was built from; the polygons as they are later may differ.)
 bool HasPlainCorners(const MoxMesh& pMesh, int pControlPoint, int pCount)
 {
     const int lVertexCount = pMesh.mPolygonVertices.GetCount();
     for (int k = 0; k < pCount; ++k) {
         const MoxPair<int, int> lCorner = MoxMapCorner(pMesh, pControlPoint, k);
+        if (lCorner.mFirst < 0 || lCorner.mFirst >= pMesh.mPolygons.GetCount()) return false;
         const MoxMesh::PolygonDef& lPolygon = pMesh.mPolygons.GetArray()[lCorner.mFirst];
         const CornerPositions lAround = PositionsAround(lPolygon, lCorner.mSecond);
-        if (lPolygon.mIndex < 0 || int64_t(lPolygon.mIndex) + lPolygon.mSize > lVertexCount ||
-            lAround.mPreviousWalk < 0)
+        if (lPolygon.mIndex < 0 || int64_t(lPolygon.mIndex) + lPolygon.mSize > lVertexCount || lCorner.mSecond < 0 ||
+            lCorner.mSecond >= lPolygon.mSize || lAround.mPreviousWalk < 0 ||
+            pMesh.mPolygonVertices.GetArray()[lAround.mVertex] != pControlPoint)
             return false;
     }
     return true;
@@ -482,9 +490,10 @@ int FillNeighbourEntries(const MoxMesh& pMesh, int pControlPoint, int pCount, lo
     return static_cast<int>(std::unique(pEntries, pEntries + lEntryCount) - pEntries);
 }
 
-// The neighbour index of the map just built over pControlPointsCount control points (layout above);
-// empty when no control point qualifies or the memory cannot be had.
-MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPointsCount)
+// The neighbour index of the map over pControlPointsCount control points (layout above), from the polygons
+// as they are, after pEditCount polygon edits; empty when no control point qualifies or the memory cannot
+// be had.
+MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPointsCount, unsigned int pEditCount)
 {
     MoxArray<long long> lIndex;
     const int* lCounts = pMesh.mV2PVMap.mVertex2PVCount;
@@ -502,7 +511,8 @@ MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPoints
     long long* lData = lIndex.GetArray();
     lData[0] = pMesh.GetPolygonCount();
     lData[1] = pMesh.GetPolygonVertexCount();
-    lData[2] = lIndexed;
+    lData[2] = pEditCount;
+    lData[3] = lIndexed;
     long long* lPoints = lData + kHeaderSize;
     long long* lBounds = lPoints + lIndexed;
     long long lPosition = lFirstEntry;
@@ -519,15 +529,17 @@ MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPoints
 }
 
 // The entries of pControlPoint in the neighbour index, when the index covers it and still describes the
-// polygons.
-bool FindNeighbourEntries(const MoxMesh& pMesh, const MoxArray<long long>& pIndex, int pControlPoint,
-                          const long long*& pBegin, const long long*& pEnd)
+// polygons (the counts hold and pEditCount edits is what it was built after).
+bool FindNeighbourEntries(const MoxMesh& pMesh, const MoxArray<long long>& pIndex, unsigned int pEditCount,
+                          int pControlPoint, const long long*& pBegin, const long long*& pEnd)
 {
     if (pIndex.GetCount() < kHeaderSize) return false;
     const long long* lData = pIndex.GetArray();
-    if (lData[0] != pMesh.GetPolygonCount() || lData[1] != pMesh.GetPolygonVertexCount()) return false;
+    if (lData[0] != pMesh.GetPolygonCount() || lData[1] != pMesh.GetPolygonVertexCount() ||
+        lData[2] != static_cast<long long>(pEditCount))
+        return false;
     const long long* lPoints = lData + kHeaderSize;
-    const long long* lPointsEnd = lPoints + lData[2];
+    const long long* lPointsEnd = lPoints + lData[3];
     const long long* lFound = std::lower_bound(lPoints, lPointsEnd, static_cast<long long>(pControlPoint));
     if (lFound == lPointsEnd || *lFound != pControlPoint) return false;
     const long long* lBounds = lPointsEnd;
@@ -1009,7 +1021,12 @@ void MoxMesh::BeginAddMeshEdgeIndex()
     lBlocks.mCount = nullptr;
     mV2PVMap.mValid = true;
     mV2PVControlPointCount = lControlPointsCount;
-    mV2PVNeighbours = BuildNeighbourIndex(*this, lControlPointsCount);
+    mV2PVNeighbours = BuildNeighbourIndex(*this, lControlPointsCount, mPolygonEditCount);
+}
+
+void MoxMesh::RebuildV2PVNeighbours()
+{
+    if (mV2PVMap.mValid) mV2PVNeighbours = BuildNeighbourIndex(*this, mV2PVControlPointCount, mPolygonEditCount);
 }
 
 void MoxMesh::EndAddMeshEdgeIndex()
@@ -1033,7 +1050,8 @@ int MoxMesh::NextV2PVCorner(int pControlPoint, int pNeighbour, int pFrom) const
     if (pFrom >= lCount) return -1;
     const long long* lEntries = nullptr;
     const long long* lEntriesEnd = nullptr;
-    if (lCount <= kHighValence || !FindNeighbourEntries(*this, mV2PVNeighbours, pControlPoint, lEntries, lEntriesEnd))
+    if (lCount <= kHighValence ||
+        !FindNeighbourEntries(*this, mV2PVNeighbours, mPolygonEditCount, pControlPoint, lEntries, lEntriesEnd))
         return pFrom;
     const long long lFirst = NeighbourEntry(pNeighbour, 0);
     const long long* lEntry = std::lower_bound(lEntries, lEntriesEnd, NeighbourEntry(pNeighbour, pFrom));

@@ -550,6 +550,7 @@ bool HasInvalidOrRepeatedCorner(const MoxMesh& pMesh, int pPolygon, int pSize, M
 int MoxMesh::RemovePolygon(int pPolygonIndex)
 {
     if (pPolygonIndex < 0 || pPolygonIndex >= mPolygons.GetCount()) return -1;
+    NotePolygonEdit();
     for (int lLayer = 0; lLayer < GetLayerCount(); ++lLayer) ConvertDirectToIndexToDirect(lLayer);
 
     const PolygonDef lPolygon = mPolygons.GetArray()[pPolygonIndex];

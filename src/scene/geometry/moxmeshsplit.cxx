@@ -225,7 +225,10 @@ private:
 // next vertex of the polygon FindPolygonIndex(e) gives (its first vertex after its last); an edge without
 // a polygon joins nothing. Edges are grouped by their smaller control point, each group sorted by the
 // larger one and then by edge number, so a query is a binary search in a short group (and stays
-// logarithmic around a vertex shared by many edges). Built on the mesh as it is.
+// logarithmic around a vertex shared by many edges). Built on the mesh as it is, without reading outside
+// mPolygonVertices: an edge whose reads in the search would leave it (and be reported there) is not
+// indexed, and a query whose search would reach such an edge is answered by the mesh's own search, so
+// every answer and every report is the search's.
 class EdgePairIndex {
 public:
     // False when memory ran out.
@@ -233,6 +236,7 @@ public:
     {
         mControlPointCount = pMesh.GetControlPointsCount();
         const int lEdgeCount = pMesh.mEdgeArray.GetCount();
+        mFirstUnreadable = lEdgeCount;
         PolygonLocator lLocator;
         MoxArray<int> lSmaller;
         MoxArray<int> lLarger;
@@ -240,7 +244,10 @@ public:
         for (int e = 0; e < lEdgeCount; ++e) {
             int lStart = -1;
             int lEnd = -1;
-            JoinedControlPoints(pMesh, lLocator, e, lStart, lEnd);
+            if (!JoinedControlPoints(pMesh, lLocator, e, lStart, lEnd)) {
+                mFirstUnreadable = std::min(mFirstUnreadable, e);
+                continue;
+            }
             // A pair with a control point outside the mesh is never asked for.
             if (lStart < 0 || lEnd < 0 || lStart >= mControlPointCount || lEnd >= mControlPointCount) continue;
             lSmaller.GetArray()[e] = std::min(lStart, lEnd);
@@ -260,8 +267,10 @@ public:
         return true;
     }
 
-    // GetMeshEdgeIndex(pStart, pEnd, reversed, -1): -1 for a control point outside the mesh or no edge.
-    int Find(int pStart, int pEnd) const
+    // GetMeshEdgeIndex(pStart, pEnd, reversed, -1) on the mesh the index was built on, with its reports:
+    // -1 for a control point outside the mesh or no edge. The search visits the edges up to the one it
+    // returns (all of them when it finds none): past an unindexed edge, the mesh searches itself.
+    int Find(MoxMesh& pMesh, int pStart, int pEnd) const
     {
         if (pStart < 0 || pEnd < 0 || pStart >= mControlPointCount || pEnd >= mControlPointCount) return -1;
         const int lSmaller = std::min(pStart, pEnd);
@@ -269,23 +278,33 @@ public:
         const uint64_t* lFirst = mEntries.GetArray() + mGroups.Begin(lSmaller);
         const uint64_t* lLast = mEntries.GetArray() + mGroups.End(lSmaller);
         const uint64_t* lFound = std::lower_bound(lFirst, lLast, lLarger << 32);
-        return lFound != lLast && (*lFound >> 32) == lLarger ? static_cast<int>(uint32_t(*lFound)) : -1;
+        const int lEdge = lFound != lLast && (*lFound >> 32) == lLarger ? static_cast<int>(uint32_t(*lFound)) : -1;
+        const int lVisited = lEdge >= 0 ? lEdge + 1 : pMesh.mEdgeArray.GetCount();
+        if (lVisited <= mFirstUnreadable) return lEdge;
+        bool lReversed = false;
+        return pMesh.GetMeshEdgeIndex(pStart, pEnd, lReversed, -1);
     }
 
 private:
-    // The control points edge pEdge joins as GetMeshEdgeIndex reads them; -1, -1 without a polygon.
-    static void JoinedControlPoints(MoxMesh& pMesh, const PolygonLocator& pLocator, int pEdge, int& pStart, int& pEnd)
+    // The control points edge pEdge joins as GetMeshEdgeIndex reads them (-1, -1 without a polygon).
+    // False when one of those reads would be outside mPolygonVertices.
+    static bool JoinedControlPoints(MoxMesh& pMesh, const PolygonLocator& pLocator, int pEdge, int& pStart, int& pEnd)
     {
-        const int lPolygon = pLocator.Find(pMesh, pEdge);
+        const int64_t lVertexCount = pMesh.mPolygonVertices.GetCount();
         const int lVertex = pMesh.mEdgeArray.GetArray()[pEdge];
-        if (lPolygon < 0 || lVertex == INT_MAX) return;
+        if (lVertex < 0 || lVertex >= lVertexCount) return false;
+        const int lPolygon = pLocator.Find(pMesh, pEdge);
+        if (lPolygon < 0) return true;
         const MoxMesh::PolygonDef& lDef = pMesh.mPolygons.GetArray()[lPolygon];
-        const bool lLast = int64_t(lVertex) == int64_t(lDef.mIndex) + lDef.mSize - 1;
-        pStart = pMesh.mPolygonVertices[lVertex];
-        pEnd = pMesh.mPolygonVertices[lLast ? lDef.mIndex : lVertex + 1];
+        const int64_t lNext = lVertex == int64_t(lDef.mIndex) + lDef.mSize - 1 ? lDef.mIndex : int64_t(lVertex) + 1;
+        if (lNext < 0 || lNext >= lVertexCount) return false;
+        pStart = pMesh.mPolygonVertices.GetArray()[lVertex];
+        pEnd = pMesh.mPolygonVertices.GetArray()[lNext];
+        return true;
     }
 
     int mControlPointCount = 0;
+    int mFirstUnreadable = 0;     // the first edge that is not indexed because its reads leave the vertices
     Groups mGroups;               // per smaller control point, its edges
     MoxArray<uint64_t> mEntries;  // larger control point and edge, in group order, sorted within each group
 };
@@ -425,7 +444,7 @@ public:
         }
         if (mUseMesh) return pMesh.GetMeshEdgeIndexForPolygon(pPolygon, pPosition);
         const int lNext = pPosition + 1 == pMesh.GetPolygonSize(pPolygon) ? 0 : pPosition + 1;
-        return mPairs.Find(pControlPoint, pMesh.GetPolygonVertex(pPolygon, lNext));
+        return mPairs.Find(pMesh, pControlPoint, pMesh.GetPolygonVertex(pPolygon, lNext));
     }
 
 private:
@@ -1179,7 +1198,7 @@ void ReduceMergedEdges(MoxMesh& pMesh)
         int lStart = -1;
         int lEnd = -1;
         lEnds.Get(pMesh, e, lStart, lEnd);
-        if (lPairs.Find(lStart, lEnd) == e) lKept.Add(pMesh.mEdgeArray.GetArray()[e]);
+        if (lPairs.Find(pMesh, lStart, lEnd) == e) lKept.Add(pMesh.mEdgeArray.GetArray()[e]);
     }
     pMesh.mEdgeArray = static_cast<MoxArray<int>&&>(lKept);
 }
@@ -1314,6 +1333,7 @@ bool MoxMesh::SplitPoints(MoxLayerElement::EType pType)
 
     ExtendSkinClusters(*this, lRecords);
     WriteSplitControlPoints(*this, lRecords, lUVDirect, lSplitEdges);
+    NotePolygonEdit();
     if (lHasEdges) AppendSplitEdges(*this, lSplitEdges);
     ForEachTargetShape(*this, sgSplit, [this, &lRecords, pType](MoxShape& pShape) {
         ExtendTargetShape(*this, pShape, lRecords, pType);
@@ -1342,6 +1362,7 @@ void MoxMesh::MergePointsForPolygonVerteNormals(MoxArray<int>& pMergeList)
     VectorArray* lNormals = nullptr;
     const bool lValid = GetNormals(&lNormals);
     if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    NotePolygonEdit();
     ReorderNormalsByPolygonVertex(*this, pMergeList, lCount, lNormals);
     ReduceMergedEdges(*this);
     RebuildSkinClusters(*this, pMergeList);

@@ -176,6 +176,14 @@ TEST_F(GeometryBaseTest, InitTangentsAndBinormalsOnTheGivenLayer)
     EXPECT_STREQ(lTangents->GetName(), "map2");
     EXPECT_EQ(lTangents->GetDirectArray().GetCount(), 3);
     EXPECT_EQ(lTangents->GetDirectArray().GetAt(0), MoxVector4());
+    // A count of 0 (or less) asks for no value, also with control points (only normals count those).
+    mGeometry->InitControlPoints(5);
+    mGeometry->InitTangents(0, 2, "map3");
+    EXPECT_EQ(lTangents->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+    EXPECT_EQ(lTangents->GetDirectArray().GetCount(), 0);
+    mGeometry->InitBinormals(-4, 2, "map3");
+    EXPECT_EQ(lBinormals->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+    EXPECT_EQ(lBinormals->GetDirectArray().GetCount(), 0);
     mGeometry->InitTangents(3, -1, "none");
     EXPECT_EQ(mGeometry->GetLayerCount(), 3);
     EXPECT_EQ(mGeometry->GetElementTangentCount(), 1);

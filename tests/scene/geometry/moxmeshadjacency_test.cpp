@@ -279,6 +279,81 @@ TEST(MoxMeshComponentMaps, GetCountAndGetValueOutsideTheMap)
 
 // Against the plain per-edge walk over every corner, on random meshes (degenerate polygons, invalid
 // indices, control points of high valence) with edge arrays built, edited or corrupted.
+// The maps match the oracle's: the edge-to-polygons data up to the entries the oracle filled (its array
+// may have grown past them), everything else whole.
+void ExpectOracleMaps(const moxoracle::ComponentMaps& pExpected, const MoxMesh::ComponentMap& pEdgeToPolygons,
+                      const MoxMesh::ComponentMap& pPolygonToEdges)
+{
+    ASSERT_EQ(Values(pEdgeToPolygons.mOffsets), pExpected.mEdgeOffsets);
+    const std::vector<int> lData = Values(pEdgeToPolygons.mData);
+    ASSERT_GE(lData.size(), pExpected.mEdgePolygons.size());
+    ASSERT_EQ(std::vector<int>(lData.begin(), lData.begin() + static_cast<long>(pExpected.mEdgePolygons.size())),
+              pExpected.mEdgePolygons);
+    ASSERT_EQ(Values(pPolygonToEdges.mOffsets), pExpected.mPolygonOffsets);
+    ASSERT_EQ(Values(pPolygonToEdges.mData), pExpected.mPolygonEdges);
+}
+
+// With the caller's map open, the corners of Begin are read as they are when the maps are computed: on a
+// fan whose apex has 30 to 40 corners, a vertex written after Begin (recorded or not) puts polygon m on
+// edge 0 (0 -> 1), below and above the corner count where the apex's corners are indexed by neighbour.
+TEST(MoxMeshComponentMaps, CallersMapSeesVerticesWrittenAfterBegin)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    MoxMesh::ComponentMap lEdgeToPolygons;
+    MoxMesh::ComponentMap lPolygonToEdges;
+    for (int n = 30; n <= 40; ++n) {
+        const int m = n / 2;
+        for (bool lRecorded : {true, false}) {
+            moxtest::MakeClosedFan(*lMesh, n, n + 1);
+            lMesh->BuildMeshEdgeArray();
+            lMesh->BeginAddMeshEdgeIndex();
+            if (lRecorded)
+                lMesh->GetPolygonVertices()[3 * m + 1] = 1;
+            else
+                lMesh->mPolygonVertices[3 * m + 1] = 1;
+            moxtest::ReportCapture lReports;
+            lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+            EXPECT_EQ(List(lEdgeToPolygons, 0), (std::vector<int>{0, m, n - 1})) << n << " " << lRecorded;
+            EXPECT_EQ(lReports.Count(), 0u) << n;
+        }
+    }
+}
+
+// Polygon edits between the caller's Begin and the maps, on fans whose apex has 30 to 40 corners (some
+// with more triangles at the apex): the maps are those of the plain walk over the corners of Begin, read
+// as they are, with the same reports. Writes straight to mPolygonVertices are not recorded.
+TEST(MoxMeshComponentMaps, CallersMapAfterPolygonEditsMatchesThePlainWalk)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    for (unsigned int lSeed = 0; lSeed < 220; ++lSeed) {
+        // Fresh maps, as in the oracle: a write past a list lands where the array's capacity says.
+        MoxMesh::ComponentMap lEdgeToPolygons;
+        MoxMesh::ComponentMap lPolygonToEdges;
+        std::mt19937 lRandom(lSeed);
+        const int n = 30 + static_cast<int>(lSeed % 11);
+        moxtest::MakeBusyFan(*lMesh, lRandom, n, n + 2);
+        lMesh->BuildMeshEdgeArray();
+        const moxoracle::V2PV lMap = moxoracle::BuildV2PV(*lMesh);
+        lMesh->BeginAddMeshEdgeIndex();
+        for (int k = std::uniform_int_distribution<int>(1, 4)(lRandom); k > 0; --k)
+            moxtest::EditPolygonsRandomly(*lMesh, lRandom, false);
+        moxtest::ReportCapture lCapture;
+        const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh, lMap);
+        const std::vector<std::string> lExpectedReports = lCapture.Messages();
+        lCapture.Clear();
+        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        ASSERT_NO_FATAL_FAILURE(ExpectOracleMaps(lExpected, lEdgeToPolygons, lPolygonToEdges)) << lSeed;
+        // The oracle counts the maps' own reports rather than making them; the array reports are compared.
+        std::vector<std::string> lArrayReports;
+        for (const moxtest::Report& lReport : lCapture.Reports())
+            if (lReport.mFunction != "ComputeComponentMaps") lArrayReports.push_back(lReport.mMessage);
+        ASSERT_EQ(lArrayReports, lExpectedReports) << lSeed;
+        ASSERT_FALSE(lMesh->mV2PVMap.mValid);
+    }
+}
+
 TEST(MoxMeshComponentMaps, MatchThePlainWalkOnRandomMeshes)
 {
     moxtest::ManagerScope lScope;
@@ -305,14 +380,7 @@ TEST(MoxMeshComponentMaps, MatchThePlainWalkOnRandomMeshes)
         const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh);
         lCapture.Clear();
         lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
-        ASSERT_EQ(Values(lEdgeToPolygons.mOffsets), lExpected.mEdgeOffsets) << lSeed;
-        const std::vector<int> lData = Values(lEdgeToPolygons.mData);
-        ASSERT_GE(lData.size(), lExpected.mEdgePolygons.size()) << lSeed;
-        ASSERT_EQ(std::vector<int>(lData.begin(), lData.begin() + static_cast<long>(lExpected.mEdgePolygons.size())),
-                  lExpected.mEdgePolygons)
-            << lSeed;
-        ASSERT_EQ(Values(lPolygonToEdges.mOffsets), lExpected.mPolygonOffsets) << lSeed;
-        ASSERT_EQ(Values(lPolygonToEdges.mData), lExpected.mPolygonEdges) << lSeed;
+        ASSERT_NO_FATAL_FAILURE(ExpectOracleMaps(lExpected, lEdgeToPolygons, lPolygonToEdges)) << lSeed;
         int lOutOfRange = 0;
         int lStart = 0;
         for (const moxtest::Report& lReport : lCapture.Reports()) {

@@ -1232,6 +1232,113 @@ TEST(MoxMeshEdgeOracle, NeighbourIndexVisitsTheCornersNextToTheNeighbour)
     EXPECT_EQ(lAccess.GetV2PVCount(0), 0);
 }
 
+// The map describes the corners of Begin, while SetMeshEdgeIndex reads their neighbours as they are when it
+// runs: on a fan, apex 0 answers the same below and above the corner count where its corners are indexed
+// by neighbour (32), whether the vertex is written through GetPolygonVertices or through the member with
+// the edit recorded.
+TEST(MoxMeshEdgeOracle, ApexSeesAVertexWrittenAfterBegin)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    for (int n = 30; n <= 40; ++n) {
+        const int m = n / 2;
+        for (bool lThroughMember : {false, true}) {
+            moxtest::MakeClosedFan(*lMesh, n, n + 3);
+            lMesh->BuildMeshEdgeArray();
+            lMesh->BeginAddMeshEdgeIndex();
+            if (lThroughMember) {
+                lMesh->mPolygonVertices[3 * m + 1] = n + 2;
+                lMesh->NotePolygonEdit();
+            } else {
+                lMesh->GetPolygonVertices()[3 * m + 1] = n + 2;
+            }
+            moxtest::ReportCapture lReports;
+            EXPECT_EQ(lMesh->SetMeshEdgeIndex(0, 0, n + 2, false, -1), 0) << n;
+            EXPECT_EQ(lMesh->mEdgeArray[0], 3 * m) << n;
+            EXPECT_EQ(lReports.Count(), 0u) << n;
+            lMesh->EndAddMeshEdgeIndex();
+        }
+    }
+}
+
+// The same after a polygon is removed and another appended (the counts are those of Begin again).
+TEST(MoxMeshEdgeOracle, ApexSeesPolygonsReplacedAfterBegin)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    for (int n = 30; n <= 40; ++n) {
+        moxtest::MakeClosedFan(*lMesh, n, n + 1);
+        lMesh->BuildMeshEdgeArray();
+        lMesh->BeginAddMeshEdgeIndex();
+        EXPECT_EQ(lMesh->RemovePolygon(0), 0) << n;
+        lMesh->BeginPolygon(-1, -1, -1, true);
+        for (int lVertex : {0, 5, 0}) lMesh->AddPolygon(lVertex, -1);
+        lMesh->EndPolygon();
+        moxtest::ReportCapture lReports;
+        EXPECT_EQ(lMesh->SetMeshEdgeIndex(0, 0, 0, false, -1), 0) << n;
+        EXPECT_EQ(lMesh->mEdgeArray[0], 3 * (n - 1) + 2) << n;
+        EXPECT_EQ(lReports.Count(), 0u) << n;
+        lMesh->EndAddMeshEdgeIndex();
+    }
+}
+
+// Polygon edits inside the pair on fans whose apex has 30 to 40 corners, some with more triangles at the
+// apex: SetMeshEdgeIndex and GetMeshEdgeIndexForPolygon answer as the walk over every corner of the map
+// built at Begin, reading the polygons as they are, with the same reports.
+TEST(MoxMeshEdgeOracle, EdgeQueriesAfterPolygonEditsMatchTheWalkOverEveryCorner)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    for (unsigned int lSeed = 0; lSeed < 220; ++lSeed) {
+        std::mt19937 lRandom(lSeed);
+        auto lPick = [&lRandom](int pLow, int pHigh) {
+            return std::uniform_int_distribution<int>(pLow, pHigh)(lRandom);
+        };
+        const int n = 30 + static_cast<int>(lSeed % 11);
+        moxtest::MakeBusyFan(*lMesh, lRandom, n, n + 3);
+        lMesh->BuildMeshEdgeArray();
+        const moxoracle::V2PV lMap = moxoracle::BuildV2PV(*lMesh);
+        const bool lForPolygon = lSeed % 2 == 0;
+        if (lForPolygon)
+            lMesh->BeginGetMeshEdgeIndexForPolygon();
+        else
+            lMesh->BeginAddMeshEdgeIndex();
+        for (int lStep = 0; lStep < 8 && lMesh->GetMeshEdgeCount() > 0; ++lStep) {
+            if (lStep > 0) moxtest::EditPolygonsRandomly(*lMesh, lRandom, true);
+            for (int q = 0; q < 6; ++q) {
+                const int lStart = lPick(0, 2) == 0 ? lPick(0, n + 2) : 0;
+                const int lEnd = lPick(0, n + 2);
+                moxtest::ReportCapture lReports;
+                const int lSide = moxoracle::MapSide(*lMesh, lMap, lStart, lEnd);
+                const std::vector<std::string> lExpectedReports = lReports.Messages();
+                lReports.Clear();
+                const int lBefore = lMesh->mEdgeArray[0];
+                const int lResult = lMesh->SetMeshEdgeIndex(0, lStart, lEnd, false, -1);
+                ASSERT_EQ(lResult, lSide == -2 ? -1 : 0) << lSeed << " " << lStep;
+                ASSERT_EQ(lMesh->mEdgeArray[0], lSide == -2 ? lBefore : lSide) << lSeed << " " << lStep;
+                ASSERT_EQ(lReports.Messages(), lExpectedReports) << lSeed << " " << lStep;
+            }
+            for (int q = 0; lForPolygon && q < 6; ++q) {
+                const int p = lPick(0, lMesh->GetPolygonCount() - 1);
+                const int lSize = lMesh->GetPolygonSize(p);
+                const int i = lPick(0, lSize - 1);
+                const int lStart = lMesh->GetPolygonVertex(p, i);
+                const int lEnd = lMesh->GetPolygonVertex(p, (i + 1) % lSize);
+                moxtest::ReportCapture lReports;
+                const int lExpected = moxoracle::MapEdgeForSide(*lMesh, lMap, lMesh->mV2PVMap.mPVToEdge, lStart, lEnd);
+                const std::vector<std::string> lExpectedReports = lReports.Messages();
+                lReports.Clear();
+                ASSERT_EQ(lMesh->GetMeshEdgeIndexForPolygon(p, i), lExpected) << lSeed << " " << lStep;
+                ASSERT_EQ(lReports.Messages(), lExpectedReports) << lSeed << " " << lStep;
+            }
+        }
+        if (lForPolygon)
+            lMesh->EndGetMeshEdgeIndexForPolygon();
+        else
+            lMesh->EndAddMeshEdgeIndex();
+    }
+}
+
 // Control points added after Begin are outside the map: no corners, no read outside its blocks.
 TEST(MoxMeshEdgeOracle, ControlPointsAddedInsideThePairHaveNoCorners)
 {

@@ -199,6 +199,15 @@ void ExpectSameState(const MeshState& pA, const MeshState& pB, const std::string
     }
 }
 
+// Every report (file, function and message; lines differ between the library and the oracle), in order.
+std::vector<std::string> AllReports(const moxtest::ReportCapture& pCapture)
+{
+    std::vector<std::string> lReports;
+    for (const moxtest::Report& lReport : pCapture.Reports())
+        lReports.push_back(lReport.mFile + " " + lReport.mFunction + ": " + lReport.mMessage);
+    return lReports;
+}
+
 // The reports of the operation itself (not those of the arrays or of the lookups it calls), in order.
 std::vector<std::string> OwnReports(const moxtest::ReportCapture& pCapture)
 {
@@ -425,6 +434,49 @@ TEST(MoxMeshSplit, SidesWithoutAnyEdgeGetNewEdgesExceptAtPolygonVertexZero)
     for (int lEdge : {3, 4, 5, 2}) lTriangles->mEdgeArray.Add(lEdge);
     EXPECT_TRUE(lTriangles->SplitPoints());
     EXPECT_EQ(ToVector(lTriangles->mEdgeArray), (std::vector<int>{3, 4, 5, 2, 1, 0}));
+}
+
+// Points for an empty polygon that shares its start with the one-vertex polygon after it: the edge of
+// that start is resolved (by the binary search of polygon ranges) to the empty polygon, whose next vertex is
+// past the polygon vertices. Searches for other control points never reach that edge, and read nothing
+// outside the polygon vertices.
+const std::vector<moxtest::Point> kEmptyBeforeOnePoints = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {2, 2, 0}};
+
+TEST(MoxMeshSplit, EdgeSearchesStopBeforeAnEdgeTheyNeverReach)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::BuildMesh(*lMesh, kEmptyBeforeOnePoints, {{0, 1, 2}, {0, 2, 1}, {}, {3}});
+    SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(4));
+    lMesh->BuildMeshEdgeArray();
+    ASSERT_EQ(ToVector(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 6}));
+    moxtest::ReportCapture lReports;
+    EXPECT_TRUE(lMesh->SplitPoints(kUV0));
+    EXPECT_EQ(lReports.Count(), 0u);
+    EXPECT_EQ(ToVector(lMesh->mPolygonVertices), (std::vector<int>{0, 1, 2, 4, 5, 6, 3}));
+    EXPECT_EQ(ToVector(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 6, 3, 4, 5}));
+}
+
+// A search that does reach such an edge makes the reads, and the reports, of the plain search: side 2-0
+// has no edge, and its search reaches edge 2 (polygon vertex 6, control point 2, in the empty polygon).
+TEST(MoxMeshSplit, EdgeSearchesReachingAnUnreadableEdgeReportAsThePlainSearch)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMeshes[2] = {lScope.NewMesh("fast"), lScope.NewMesh("plain")};
+    for (MoxMesh* lMesh : lMeshes) {
+        moxtest::BuildMesh(*lMesh, kEmptyBeforeOnePoints, {{0, 1, 2}, {0, 2, 1}, {}, {2}});
+        SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(4));
+        for (int lEdge : {0, 1, 6}) lMesh->mEdgeArray.Add(lEdge);
+    }
+    moxtest::ReportCapture lReports;
+    EXPECT_TRUE(lMeshes[0]->SplitPoints(kUV0));
+    const std::vector<std::string> lFastReports = lReports.Messages();
+    lReports.Clear();
+    EXPECT_TRUE(moxoracle::SplitPoints(*lMeshes[1], kUV0));
+    EXPECT_EQ(lFastReports, lReports.Messages());
+    EXPECT_FALSE(lFastReports.empty());
+    EXPECT_EQ(ToVector(lMeshes[0]->mEdgeArray), ToVector(lMeshes[1]->mEdgeArray));
+    EXPECT_EQ(ToVector(lMeshes[0]->mPolygonVertices), ToVector(lMeshes[1]->mPolygonVertices));
 }
 
 TEST(MoxMeshSplit, EdgesDropTheFirstSmoothingElementOnly)
@@ -857,6 +909,23 @@ TEST(MoxMeshMerge, IdentityListRemovesNothingAndKeepsTheMapping)
     EXPECT_EQ(lMesh->GetLayer(0)->GetNormals()->GetMappingMode(), MoxLayerElement::eByControlPoint);
 }
 
+// The search for the first edge joining (3, 3) stops at edge 3 and never resolves edge 4, whose polygon
+// (the empty one) would have it read past the polygon vertices.
+TEST(MoxMeshMerge, EdgeSearchesStopBeforeAnEdgeTheyNeverReach)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::BuildMesh(*lMesh, kEmptyBeforeOnePoints, {{0, 1, 2}, {3}, {}, {3}});
+    SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(4));
+    for (int lEdge : {0, 1, 2, 3, 4}) lMesh->mEdgeArray.Add(lEdge);
+    MoxArray<int> lList;
+    for (int i = 0; i < 4; ++i) lList.Add(i);
+    moxtest::ReportCapture lReports;
+    lMesh->MergePointsForPolygonVerteNormals(lList);
+    EXPECT_EQ(lReports.Count(), 0u);
+    EXPECT_EQ(ToVector(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 3}));
+}
+
 TEST(MoxMeshMerge, SplitCubeMergesBackToEightPoints)
 {
     moxtest::ManagerScope lScope;
@@ -1106,6 +1175,16 @@ MoxMesh* RandomScenario(moxtest::ManagerScope& pScope, unsigned pSeed, MoxLayerE
     std::mt19937 lRandom(pSeed);
     MoxMesh* lMesh = pScope.NewMesh();
     moxtest::MakeRandomMesh(*lMesh, lRandom, RandomOptions(lRandom));
+    // In one scenario of three, empty polygons each followed by a polygon of one vertex: the edge at their
+    // shared start may resolve to the empty polygon, whose next vertex lies past the polygon vertices.
+    if (lMesh->GetControlPointsCount() > 0 && lRandom() % 3 == 0)
+        for (int k = std::uniform_int_distribution<int>(1, 3)(lRandom); k > 0; --k) {
+            lMesh->BeginPolygon(-1, -1, -1, true);
+            lMesh->EndPolygon();
+            lMesh->BeginPolygon(-1, -1, -1, true);
+            lMesh->AddPolygon(std::uniform_int_distribution<int>(0, lMesh->GetControlPointsCount() - 1)(lRandom), -1);
+            lMesh->EndPolygon();
+        }
     AddRandomContent(pScope, *lMesh, lRandom, pType);
     return lMesh;
 }
@@ -1123,12 +1202,12 @@ TEST(MoxMeshSplitOracle, SplitMatchesThePlainAlgorithmOnRandomMeshes)
         {
             moxtest::ReportCapture lReports;
             lFastResult = lFast->SplitPoints(lType);
-            lFastReports = OwnReports(lReports);
+            lFastReports = AllReports(lReports);
         }
         {
             moxtest::ReportCapture lReports;
             lPlainResult = moxoracle::SplitPoints(*lPlain, lType);
-            lPlainReports = OwnReports(lReports);
+            lPlainReports = AllReports(lReports);
         }
         const std::string lContext = "seed " + std::to_string(lSeed);
         ASSERT_EQ(lFastResult, lPlainResult) << lContext;
@@ -1171,12 +1250,12 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
         {
             moxtest::ReportCapture lReports;
             lFast->MergePointsForPolygonVerteNormals(lList);
-            lFastReports = OwnReports(lReports);
+            lFastReports = AllReports(lReports);
         }
         {
             moxtest::ReportCapture lReports;
             moxoracle::MergePoints(*lPlain, lPlainList);
-            lPlainReports = OwnReports(lReports);
+            lPlainReports = AllReports(lReports);
         }
         const std::string lContext = "seed " + std::to_string(lSeed);
         EXPECT_EQ(lFastReports, lPlainReports) << lContext;

@@ -897,6 +897,38 @@ TEST(MoxMeshTangents, MissingInputsGiveFalse)
     EXPECT_TRUE(lMesh->GenerateTangentsData(0, true));
 }
 
+// Without polygon vertices the outputs hold no value, however the inputs are mapped: the count of 0
+// asks for no values, not for one per control point.
+TEST(MoxMeshTangents, MeshWithoutPolygonVerticesGetsEmptyOutputs)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    lMesh->InitControlPoints(3);
+    lMesh->InitNormals(0);
+    VectorArray* lNormals = nullptr;
+    ASSERT_TRUE(lMesh->GetNormals(&lNormals));
+    for (int i = 0; i < 3; ++i) lNormals->SetAt(i, MoxVector4(0, 0, 1));
+    MoxLayerElementUV* lUVs = MoxLayerElementUV::Create(lMesh, "map1");
+    lUVs->SetMappingMode(MoxLayerElement::eByControlPoint);
+    lUVs->SetReferenceMode(MoxLayerElement::eDirect);
+    for (int i = 0; i < 3; ++i) lUVs->mDirectArray->Add(MoxVector2(i, 0));
+    lMesh->GetLayer(0)->SetUVs(lUVs, MoxLayerElement::eTextureChannel0);
+    moxtest::ReportCapture lReports;
+    EXPECT_TRUE(lMesh->GenerateTangentsData(lUVs, 0, true, false));
+    EXPECT_EQ(lReports.Count(), 0u);
+    const MoxLayerElementTangent* lTangents = lMesh->GetLayer(0)->GetTangents();
+    const MoxLayerElementBinormal* lBinormals = lMesh->GetLayer(0)->GetBinormals();
+    ASSERT_NE(lTangents, nullptr);
+    ASSERT_NE(lBinormals, nullptr);
+    typedef const MoxLayerElementTemplate<MoxVector4>* VectorElement;
+    for (VectorElement lElement : {VectorElement(lTangents), VectorElement(lBinormals)}) {
+        EXPECT_STREQ(lElement->GetName(), "map1");
+        EXPECT_EQ(lElement->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+        EXPECT_EQ(lElement->GetReferenceMode(), MoxLayerElement::eDirect);
+        EXPECT_EQ(lElement->GetDirectArray().GetCount(), 0);
+    }
+}
+
 TEST(MoxMeshTangents, AllUVSetsResultRules)
 {
     moxtest::ManagerScope lScope;

@@ -64,8 +64,10 @@ public:
     // The index array of layer 0's normals: true when the element exists and is eIndex or eIndexToDirect.
     bool GetNormalsIndices(MoxLayerElementArrayTemplate<int>** pIndices) const;
 
-    // As InitNormals, for the tangent / binormal element of layer pLayerIndex, named pName (layers up to
-    // pLayerIndex are created when missing; a negative index does nothing). Values are zeroed.
+    // The tangent / binormal element of layer pLayerIndex, named pName (layers up to pLayerIndex are
+    // created when missing; a negative index does nothing): pCount zeroed direct values mapped by polygon
+    // vertex, none for a count of 0 or less (unlike InitNormals, a count of 0 never means one value per
+    // control point). The index array is emptied; an existing element is reused.
     void InitTangents(int pCount = 0, int pLayerIndex = 0, const char* pName = "");
     void InitBinormals(int pCount = 0, int pLayerIndex = 0, const char* pName = "");
     bool GetTangents(MoxLayerElementArrayTemplate<MoxVector4>** pTangents, int pLayerIndex = 0) const;

@@ -198,8 +198,20 @@ public:
     int GetPolygonSize(int pPolygonIndex) const;
     int GetPolygonVertex(int pPolygonIndex, int pPositionInPolygon) const;
     int GetPolygonVertexCount() const { return mPolygonVertices.GetCount(); }
-    // The polygon vertices (null when none); the caller may write through the pointer.
-    int* GetPolygonVertices() const { return mPolygonVertices.GetArray(); }
+    // The polygon vertices (null when none); the caller may write through the pointer, so handing it out
+    // counts as a polygon edit (NotePolygonEdit).
+    int* GetPolygonVertices() const
+    {
+        NotePolygonEdit();
+        return mPolygonVertices.GetArray();
+    }
+    // Records that mPolygons or mPolygonVertices may have changed. Every operation of the mesh that writes
+    // them calls it; a caller that writes them inside a BeginAddMeshEdgeIndex /
+    // BeginGetMeshEdgeIndexForPolygon pair directly through the members, or through a pointer obtained
+    // before Begin, calls it too. The pairs' shortcut for control points of high valence describes the
+    // polygons as they were at Begin, and is not used once an edit is recorded (ComputeComponentMaps
+    // needs no record: it rebuilds the shortcut from the polygons as they are).
+    void NotePolygonEdit() const { ++mPolygonEditCount; }
     int GetPolygonVertexIndex(int pPolygonIndex) const;
     int GetPolygonGroup(int pPolygonIndex) const;
     // True when every polygon has 3 vertices (true without polygons).
@@ -485,7 +497,8 @@ public:
     // Entry pEdgeIndex names the first side (polygon order) joining the two control points, as that
     // polygon winds it. pEdgeIndex on success, -1 for bad arguments (reported as "false") or no such
     // side, -2 for a known edge when checking. With mV2PVMap built: O(corners of the start control point)
-    // (O(log) for one of high valence); without: a scan of every polygon vertex.
+    // (O(log) for one of high valence while no polygon edit is recorded since Begin, see NotePolygonEdit);
+    // without: a scan of every polygon vertex.
     int SetMeshEdgeIndex(int pEdgeIndex, int pStartVertexIndex, int pEndVertexIndex, bool pCheckForDuplicates,
                          int pExistedEdgeCount = -1);
     // Entry pEdgeIndex names the side at pPositionInPolygon of pPolygonIndex; false for bad arguments or
@@ -609,14 +622,20 @@ protected:
     // high valence, its corners sorted by neighbouring control point (layout in moxmeshedges.cxx).
     int mV2PVControlPointCount = 0;
     MoxArray<long long> mV2PVNeighbours;
+    // The number of polygon edits recorded (NotePolygonEdit); it only grows, wrapping.
+    mutable unsigned int mPolygonEditCount = 0;
+    // Builds mV2PVNeighbours anew over the built map's corners, from the polygons as they are now (the map
+    // keeps describing the corners of Begin). Nothing when the map is not built.
+    void RebuildV2PVNeighbours();
     // The number of {polygon, position} pairs of pControlPoint in mV2PVMap; 0 when the blocks are absent
     // or do not cover it.
     int GetV2PVCount(int pControlPoint) const;
     // The first position at or after pFrom among pControlPoint's pairs in mV2PVMap whose corner may have
     // pNeighbour as its previous or next control point; -1 past the last. For most control points that
     // is simply pFrom; for one of high valence only the candidates are visited, so that walking a fan's
-    // apex for one neighbour costs O(log valence) instead of O(valence). Exact while the polygons are
-    // those the map was built from.
+    // apex for one neighbour costs O(log valence) instead of O(valence). The candidates are those of the
+    // polygons as they were at Begin: once a polygon edit is recorded, or the polygon or polygon-vertex
+    // count differs, every pair is visited again.
     int NextV2PVCorner(int pControlPoint, int pNeighbour, int pFrom) const;
 };
 

@@ -214,17 +214,21 @@ struct ComponentMaps {
     int mSkippedStart = 0;
 };
 
-inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh)
+// The maps from pMap, the control-point-to-polygon-vertex map as it was built (at Begin), reading the
+// polygons as they are.
+inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh, const V2PV& pMap)
 {
     ComponentMaps lMaps;
-    const V2PV lMap = BuildV2PV(pMesh);
     const int lVertexCount = pMesh.GetPolygonVertexCount();
     const int lPolygonCount = pMesh.GetPolygonCount();
     const int E = pMesh.GetMeshEdgeCount();
     lMaps.mPolygonOffsets.push_back(0);
     for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
         lMaps.mPolygonOffsets.push_back(lMaps.mPolygonOffsets.back() + std::max(lPolygon.mSize, 0));
-    lMaps.mPolygonEdges.assign(static_cast<size_t>(lVertexCount), 0);
+    // Written through the array's checked access, as the algorithm writes: a polygon given more edges
+    // than its size writes past its list (and past the array, reported, for the last polygons).
+    MoxArray<int> lPolygonEdges;
+    lPolygonEdges.Resize(lVertexCount, false);
     lMaps.mEdgeOffsets.assign(static_cast<size_t>(E) + 1, 0);
     const std::vector<int> lNext = ClosingVertices(pMesh);
     std::vector<int> lFill(static_cast<size_t>(lPolygonCount), 0);
@@ -244,9 +248,9 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh)
         const int w =
             lNext[static_cast<size_t>(pv)] != -1 ? lNext[static_cast<size_t>(pv)] : Vertex(pMesh, int64_t(pv) + 1);
         if (!lSeen.insert((static_cast<long long>(n) + u) * n + w).second) continue;
-        for (int k = 0; u >= 0 && k < lMap.mCount[static_cast<size_t>(u)]; ++k) {
+        for (int k = 0; u >= 0 && k < pMap.mCount[static_cast<size_t>(u)]; ++k) {
             const std::pair<int, int> lCorner =
-                lMap.mPairs[static_cast<size_t>(lMap.mOffset[static_cast<size_t>(u)] + k)];
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(u)] + k)];
             const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons[lCorner.first];
             const int64_t v = int64_t(lPolygon.mIndex) + lCorner.second;
             const int64_t lLast = int64_t(lPolygon.mIndex) + lPolygon.mSize - 1;
@@ -257,11 +261,18 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh)
             lMaps.mEdgePolygons.push_back(lCorner.first);
             const int lSlot =
                 lMaps.mPolygonOffsets[static_cast<size_t>(lCorner.first)] + lFill[static_cast<size_t>(lCorner.first)]++;
-            if (lSlot < lVertexCount) lMaps.mPolygonEdges[static_cast<size_t>(lSlot)] = e;
+            lPolygonEdges[lSlot] = e;
         }
         lMaps.mEdgeOffsets[static_cast<size_t>(e) + 1] = static_cast<int>(lMaps.mEdgePolygons.size());
     }
+    lMaps.mPolygonEdges.assign(lPolygonEdges.begin(), lPolygonEdges.end());
     return lMaps;
+}
+
+// The maps with a map built from the polygons as they are.
+inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh)
+{
+    return ComputeComponentMaps(pMesh, BuildV2PV(pMesh));
 }
 
 }  // namespace moxoracle
