@@ -81,8 +81,8 @@ mox_cli_test(malformed_ply STATUS 1 ARGS process ${lInputs}/broken.ply -o out.ob
 mox_cli_test(no_polygons STATUS 1 ARGS info ${lInputs}/points.obj STDERR "points.obj: no polygons" STDERR_LINES 1)
 mox_cli_test(unwritable_output STATUS 1 ARGS process ${lInputs}/quad_tri.obj -o missing/out.obj
   STDERR "^moxmesh: error: missing/out.obj: cannot write: directory missing: No such file or directory\n$")
-mox_cli_test(unknown_output_format STATUS 1 ARGS process ${lInputs}/quad_tri.obj -o out.fbx
-  STDERR "out.fbx: unknown output format \"\\.fbx\": moxmesh writes \\.obj, \\.gltf and \\.glb\n$" ABSENT out.fbx)
+mox_cli_test(unknown_output_format STATUS 1 ARGS process ${lInputs}/quad_tri.obj -o out.xyz
+  STDERR "out.xyz: unknown output format \"\\.xyz\": moxmesh writes \\.obj, \\.gltf and \\.glb\n$" ABSENT out.xyz)
 mox_cli_test(output_without_extension STATUS 1 ARGS process ${lInputs}/quad_tri.obj -o out
   STDERR "out: unknown output format \\(no extension\\)" STDERR_LINES 1)
 mox_cli_test(output_is_dot STATUS 1 ARGS process ${lInputs}/quad_tri.obj -o .

@@ -76,6 +76,16 @@ std::string DescribeWrite(const WriteSummary& pWritten)
         std::string(FormatName(pWritten.mFormat)) + ": " + CountOf(lScene.mPolygons, "polygon", "polygons");
     if (pWritten.mFormat != OutputFormat::eObj) lText += " as " + CountOf(lScene.mTriangles, "triangle", "triangles");
     lText += ", " + CountOf(static_cast<long long>(lScene.mVertices), "vertex", "vertices");
+    if (lScene.mReplacedNormals > 0)
+        lText += ", " +
+                 CountOf(static_cast<long long>(lScene.mReplacedNormals), "zero or non-finite normal",
+                         "zero or non-finite normals") +
+                 " replaced";
+    if (lScene.mReplacedTangents > 0)
+        lText += ", " +
+                 CountOf(static_cast<long long>(lScene.mReplacedTangents), "zero or non-finite tangent",
+                         "zero or non-finite tangents") +
+                 " replaced";
     if (lScene.mSkippedPolygons > 0)
         lText +=
             ", " + CountOf(lScene.mSkippedPolygons, "polygon", "polygons") + " left out (fewer than 3 valid vertices)";
