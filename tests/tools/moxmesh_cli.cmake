@@ -124,3 +124,12 @@ foreach(lInvalid ${lOversized} empty.3ds empty.ase empty.lwo empty.md5mesh empty
     ARGS process ${lModels}/invalid/${lInvalid} -o out.glb
     STDERR "^moxmesh: error: ${lModels}/invalid/${lInvalid}: " STDERR_LINES 1 ABSENT out.glb)
 endforeach()
+
+# The Khronos glTF-Validator over every glTF and glb the tool writes from the sample models (skipped
+# when scripts/test.sh could not install the validator into the build tree's gltf-validator directory).
+set(MOXSDK_GLTF_VALIDATOR_DIR ${CMAKE_BINARY_DIR}/gltf-validator CACHE PATH
+  "Where scripts/test.sh installs the npm package gltf-validator")
+add_test(NAME moxmesh_gltf_validator_sweep
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/validator/sweep.sh $<TARGET_FILE:moxmesh> ${lModels}
+    ${MOXSDK_GLTF_VALIDATOR_DIR} ${CMAKE_CURRENT_BINARY_DIR}/validator-sweep)
+set_tests_properties(moxmesh_gltf_validator_sweep PROPERTIES SKIP_REGULAR_EXPRESSION "SKIPPED:" TIMEOUT 1200)
