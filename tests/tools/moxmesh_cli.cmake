@@ -50,12 +50,12 @@ endfunction()
 mox_cli_test(help STATUS 0 ARGS --help STDOUT "Usage: moxmesh.*demo.*info.*process")
 mox_cli_test(no_command STATUS 2 ARGS "" STDERR "A subcommand is required")
 mox_cli_test(demo STATUS 0 ARGS demo
-  STDOUT "build model.*BuildMeshEdgeArray.*smoothing by angle <= 30 deg.*GenerateNormals.*\
-GenerateTangentsDataForAllUVSets.*SplitPoints.*BuildMergeList \\+ MergePoints.*ComputeComponentMaps.*\
-RemoveBadPolygons.*removed 1 bad polygon.*total"
+  STDOUT "build model.*RemoveBadPolygons.*removed 1 bad polygon.*BuildMeshEdgeArray.*smoothing by angle <= 30 deg.*\
+GenerateNormals.*GenerateTangentsDataForAllUVSets.*SplitPoints.*BuildMergeList \\+ MergePoints.*\
+ComputeComponentMaps.*total"
   STDERR "^$")
 mox_cli_test(demo_progress STATUS 0 ARGS demo --segments 8 --rings 2 --progress
-  STDERR "moxmesh: \\[1/9\\] build model \\.\\.\\..*moxmesh: \\[9/9\\] RemoveBadPolygons done in ")
+  STDERR "moxmesh: \\[1/9\\] build model \\.\\.\\..*moxmesh: \\[9/9\\] ComputeComponentMaps done in ")
 mox_cli_test(demo_large_progress_quiet STATUS 0 ARGS demo --segments 400 --rings 300 --quiet STDERR "^$")
 mox_cli_test(info_quad_tri STATUS 0 ARGS info ${lInputs}/quad_tri.obj
   STDOUT "polygons +2 \\(1 triangle, 1 quad\\).*edges +6\n.*boundary edges +5\n")

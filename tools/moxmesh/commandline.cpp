@@ -25,8 +25,8 @@ CLI::App* AddDemo(CLI::App& pApp, DemoOptions& pOptions)
 {
     CLI::App* lDemo = pApp.add_subcommand(
         "demo",
-        "Build a UV-mapped, skinned model with hard and soft edges and run the import pipeline on it: edges, "
-        "smoothing by angle, normals, tangents, split, merge, component maps, clean-up");
+        "Build a UV-mapped, skinned model with hard and soft edges and run the import pipeline on it: clean-up, "
+        "edges, smoothing by angle, normals, tangents, split, merge, component maps");
     lDemo->add_option("--segments", pOptions.mModel.mSegments, "Quads around the model (at least 3)")
         ->capture_default_str()
         ->check(CLI::Range(3, 1000000));

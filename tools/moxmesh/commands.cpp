@@ -164,6 +164,8 @@ void RunDemo(const DemoOptions& pOptions, std::ostream& pOut, std::ostream& pErr
              return DescribeTopology(lMesh) + ", " + CountOf(CountUVSets(lMesh), "UV set", "UV sets") + ", " +
                     CountOf(CountSkinWeights(lMesh), "skin weight", "skin weights");
          }},
+        // The model's deliberate bad polygon would upset the steps that follow: the clean-up comes first.
+        {"RemoveBadPolygons", [&] { return RemoveBadPolygons(lMesh); }},
         {"BuildMeshEdgeArray", [&] { return BuildEdges(lMesh); }},
         {AngleStepName(lAngle), [&] { return SmoothByAngle(lMesh, lAngle); }},
         {"GenerateNormals", [&] { return GenerateNormals(lMesh, false); }},
@@ -171,7 +173,6 @@ void RunDemo(const DemoOptions& pOptions, std::ostream& pOut, std::ostream& pErr
         {"SplitPoints", [&] { return SplitPoints(lMesh); }},
         {"BuildMergeList + MergePoints", [&] { return MergePoints(lMesh); }},
         {"ComputeComponentMaps", [&] { return CountEdgeNeighbours(lMesh); }},
-        {"RemoveBadPolygons", [&] { return RemoveBadPolygons(lMesh); }},
     };
     StepRunner lRunner(static_cast<int>(lSteps.size()), pErr);
     const long long lQuads = static_cast<long long>(pOptions.mModel.mSegments) * pOptions.mModel.mRings;

@@ -44,8 +44,8 @@ struct ProcessOptions : CommonOptions {
 // The options of pOptions that contradict each other, as a sentence; empty when there are none.
 std::string FindOptionConflict(const ProcessOptions& pOptions);
 
-// Builds the demo model and runs the import pipeline on it: edges, smoothing by angle, normals, tangents
-// for all UV sets, split, merge, component maps, clean-up.
+// Builds the demo model and runs the import pipeline on it: clean-up (the model has a deliberate bad
+// polygon), edges, smoothing by angle, normals, tangents for all UV sets, split, merge, component maps.
 void RunDemo(const DemoOptions& pOptions, std::ostream& pOut, std::ostream& pErr);
 
 // Reads a file and describes it.
