@@ -7,7 +7,7 @@
 // and the mesh has its topology again. Normals, UV channels and tangents stay per polygon vertex, in
 // index-to-direct mode over Assimp's vertices. The scene's node transforms are applied, every mesh goes
 // into the one MoxMesh, each polygon keeps its mesh's material, and point and line primitives are left
-// out.
+// out. An empty part (an STL solid without facets) is left out with a note; the other parts are read.
 
 #include <string>
 
