@@ -258,16 +258,19 @@ void ParseWithAssimp(const std::string& pPath, const std::string& pFormat, MeshD
                      std::vector<std::string>& pNotes)
 {
     Assimp::Importer lImporter;
-    const aiScene* lScene = ReadScene(lImporter, pPath, pFormat, pNotes);
+    ParseScene(*ReadScene(lImporter, pPath, pFormat, pNotes), pPath, pData, pNotes);
+}
 
-    const SceneVertices lVertices = ListVertices(*lScene);
+void ParseScene(const aiScene& pScene, const std::string& pPath, MeshData& pData, std::vector<std::string>& pNotes)
+{
+    const SceneVertices lVertices = ListVertices(pScene);
     if (lVertices.mCount > static_cast<size_t>(INT_MAX))
         throw ToolError(pPath, "too large: more than " + std::to_string(INT_MAX) + " vertices");
     pData = MeshData();
     std::vector<int> lPointOf;
     std::vector<int> lCornerVertex;
     WeldPositions(lVertices, pData, lPointOf);
-    const size_t lSkipped = CopyFaces(pPath, *lScene, lVertices, lPointOf, pData, lCornerVertex);
+    const size_t lSkipped = CopyFaces(pPath, pScene, lVertices, lPointOf, pData, lCornerVertex);
     if (lSkipped > 0)
         pNotes.push_back("not polygons, left out: " + std::to_string(lSkipped) +
                          (lSkipped == 1 ? " point or line primitive" : " point and line primitives"));
@@ -277,7 +280,7 @@ void ParseWithAssimp(const std::string& pPath, const std::string& pFormat, MeshD
     CopyNormals(lVertices, lCornerVertex, pData, pNotes);
     CopyUVs(lVertices, lCornerVertex, pData);
     CopyTangents(lVertices, lCornerVertex, pData);
-    CopyMaterialNames(*lScene, pData);
+    CopyMaterialNames(pScene, pData);
 
     const std::string lProblem = FindInconsistency(pData);
     if (!lProblem.empty()) throw ToolError(pPath, lProblem);

@@ -235,7 +235,9 @@ void FillPart(const MoxMesh& pMesh, CornerReader& pReader, int pStride, std::vec
             const int lPoint = lVertices[lStart + k];
             pReader.Read(lPolygon, lStart + k, lPoint, lValues.data());
             int lVertex = pFirstOfPoint[lPoint];
-            while (lVertex >= 0 && std::memcmp(&pPart.mValues[lVertex * size_t(pStride)], lValues.data(), lBytes) != 0)
+            // Without values (no normals, no UVs) a control point has one vertex.
+            while (lVertex >= 0 && lBytes != 0 &&
+                   std::memcmp(pPart.mValues.data() + lVertex * size_t(pStride), lValues.data(), lBytes) != 0)
                 lVertex = lNext[lVertex];
             if (lVertex < 0) {
                 lVertex = static_cast<int>(pPart.mPoints.size());
