@@ -40,9 +40,32 @@ mox_require_packages()
 # The packages every build needs.
 MOX_BUILD_PACKAGES=(cmake g++ ninja-build)
 
-# The packages the moxmesh tool needs: command line, OBJ reading, the other formats and writing.
-MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev)
+# The packages the moxmesh tool needs: command line, OBJ reading, the other formats and OBJ writing, glTF
+# writing, the JSON report and its SHA-256 digests.
+MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev libtinygltf-dev nlohmann-json3-dev libssl-dev)
 
 # The packages of the benchmarks against peer libraries (scripts/bench.sh): Google Benchmark, the peers
 # (Assimp comes with the tool's packages) and Python for the table.
 MOX_BENCH_PACKAGES=(libbenchmark-dev libmeshoptimizer-dev libopenmesh-dev python3)
+
+# The Khronos glTF-Validator (npm package), which the tool's tests run on every glTF file they write.
+MOX_GLTF_VALIDATOR=gltf-validator@2.0.0-dev.3.10
+
+# mox_install_gltf_validator dir: installs the validator into dir/node_modules (Debian's nodejs and npm
+# first, when node or npm is missing). Offline-tolerant: when the npm registry cannot be reached it says
+# so and returns 0; the validator tests then skip.
+mox_install_gltf_validator()
+{
+    local dir=$1
+    if ! command -v node >/dev/null 2>&1 || ! command -v npm >/dev/null 2>&1; then
+        mox_require_packages nodejs npm
+    fi
+    if [ -d "$dir/node_modules/gltf-validator" ]; then
+        return 0
+    fi
+    mkdir -p "$dir"
+    if ! (cd "$dir" && npm install --no-save --no-audit --no-fund --prefix . "$MOX_GLTF_VALIDATOR" >npm.log 2>&1); then
+        echo "note: could not install $MOX_GLTF_VALIDATOR from the npm registry (see $dir/npm.log):" \
+            "the glTF validator tests will be skipped"
+    fi
+}

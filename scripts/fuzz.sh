@@ -6,7 +6,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 seconds="${1:-60}"
-mox_require_packages "${MOX_BUILD_PACKAGES[@]}" clang-14 libclang-rt-14-dev
+mox_require_packages "${MOX_BUILD_PACKAGES[@]}" "${MOX_TOOL_PACKAGES[@]}" clang-14 libclang-rt-14-dev
 
 cd "$MOX_ROOT"
 cmake --preset fuzz >/dev/null
@@ -14,8 +14,9 @@ cmake --build --preset fuzz
 
 mkdir -p build/fuzz/artifacts
 status=0
-for target in containers mesh; do
+for target in containers mesh tool; do
     program="build/fuzz/bin/moxsdk_${target}_fuzz"
+    [ "$target" = tool ] && program="build/fuzz/bin/moxmesh_tool_fuzz"
     [ -x "$program" ] || continue
     scratch="build/fuzz/corpus/${target}"
     mkdir -p "$scratch"

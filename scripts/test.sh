@@ -3,7 +3,8 @@
 # test suite twice:
 #   build/relwithdebinfo  RelWithDebInfo, -Wall -Wextra -Werror; also builds the benchmarks (not run)
 #   build/sanitize        AddressSanitizer + UndefinedBehaviorSanitizer, halt on error, leak detection on
-# then runs each libFuzzer target for 60 seconds (scripts/fuzz.sh, clang 14).
+# then runs each libFuzzer target for 60 seconds (scripts/fuzz.sh, clang 14). The Khronos glTF-Validator
+# (npm) is installed into each build tree for the tool's tests; without the npm registry they skip.
 # Both include the install test (the library installed and used by an outside CMake project).
 # Exits non-zero on the first failure.
 set -euo pipefail
@@ -17,6 +18,8 @@ cd "$MOX_ROOT"
 for preset in relwithdebinfo sanitize; do
     echo "=== $preset ==="
     cmake --preset "$preset"
+    # The glTF validator for the tool's tests, inside the build tree (skipped tests when offline).
+    mox_install_gltf_validator "build/$preset/gltf-validator"
     cmake --build --preset "$preset"
     # The preset runs 2 tests at a time, shows the output of failures, and sets ASAN_OPTIONS and
     # UBSAN_OPTIONS for the sanitizer build.

@@ -46,6 +46,29 @@ TEST(AssimpReader, StlTrianglesAreWeldedByPosition)
     EXPECT_TRUE(lData.mUVSets.empty());
 }
 
+TEST(AssimpReader, EmptySolidAmongGoodOnesIsLeftOutWithANote)
+{
+    std::vector<std::string> lNotes;
+    const MeshData lData = Parse("t.stl",
+                                 "solid good\n" + Facet("0 0 0", "1 0 0", "0 1 0") +
+                                     "endsolid good\nsolid hollow\nendsolid hollow\nsolid more\n" +
+                                     Facet("1 0 0", "1 1 0", "0 1 0") + "endsolid more\n",
+                                 &lNotes);
+    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3, 3}));
+    EXPECT_EQ(lData.ControlPointCount(), 4u);
+    EXPECT_EQ(lNotes, (std::vector<std::string>{"empty part left out: \"hollow\""}));
+}
+
+TEST(AssimpReader, EmptySolidSampleKeepsItsTriangle)
+{
+    const std::string lPath = moxtooltest::SampleModel("STL/triangle_with_empty_solid.stl");
+    if (lPath.empty()) GTEST_SKIP() << "assimp-testmodels is not installed";
+    ManagedMesh lMesh;
+    ReadWithAssimp(lPath, "STL", lMesh);
+    EXPECT_EQ(lMesh.Mesh().GetPolygonCount(), 1);
+    EXPECT_EQ(lMesh.mNotes, (std::vector<std::string>{"empty part left out: \"emptySolid\""}));
+}
+
 TEST(AssimpReader, NegativeZeroWeldsWithZero)
 {
     const MeshData lData = Parse(

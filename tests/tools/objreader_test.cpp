@@ -161,13 +161,38 @@ TEST(ObjReader, FileWithoutFacesHasNoPolygons)
     EXPECT_EQ(ProblemOf(""), "no polygons: the file has 0 vertices and no faces");
 }
 
-TEST(ObjReader, UTF16TextIsNamed)
+// pText (ASCII) as UTF-16 with its byte order mark.
+std::string Utf16(const std::string& pText, bool pBigEndian)
 {
-    EXPECT_EQ(ProblemOf(std::string("\xFE\xFF\0v", 4)),
-              "malformed OBJ file: UTF-16 text; moxmesh reads OBJ files in ASCII or UTF-8");
+    std::string lText = pBigEndian ? "\xFE\xFF" : "\xFF\xFE";
+    for (const char lChar : pText) {
+        lText += pBigEndian ? std::string(1, '\0') + lChar : std::string(1, lChar) + '\0';
+    }
+    return lText;
 }
 
-TEST(ObjReader, FaceOfMoreThan255VerticesIsAnError)
+TEST(ObjReader, UTF16AndUTF8WithByteOrderMarkReadAsTheirText)
+{
+    const std::string lTriangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
+    for (const std::string& lText : {Utf16(lTriangle, true), Utf16(lTriangle, false), "\xEF\xBB\xBF" + lTriangle}) {
+        const MeshData lData = Parse(lText);
+        EXPECT_EQ(lData.mPositions, (std::vector<double>{0, 0, 0, 1, 0, 0, 0, 1, 0}));
+        EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3}));
+        EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2}));
+    }
+}
+
+TEST(ObjReader, UTF16SampleReadsAsTheBox)
+{
+    const std::string lPath = moxtooltest::SampleModel("OBJ/box_UTF16BE.obj");
+    if (lPath.empty()) GTEST_SKIP() << "assimp-testmodels is not installed";
+    ManagedMesh lMesh;
+    ReadObj(lPath, lMesh);
+    EXPECT_EQ(lMesh.Mesh().GetControlPointsCount(), 8);
+    EXPECT_EQ(moxtooltest::PolygonSizes(lMesh.Mesh()), (std::vector<int>{4, 4, 4, 4, 4, 4}));
+}
+
+TEST(ObjReader, FacesOfAnySize)
 {
     std::string lText;
     std::string lFace = "f";
@@ -175,7 +200,20 @@ TEST(ObjReader, FaceOfMoreThan255VerticesIsAnError)
         lText += "v " + std::to_string(i) + " 0 0\n";
         lFace += " " + std::to_string(i + 1);
     }
-    EXPECT_EQ(ProblemOf(lText + lFace + "\n"), "a face has more than 255 vertices, more than tinyobjloader can read");
+    const MeshData lData = Parse(lText + "f 1 2 3\n" + lFace + "\nf 3 2 1\n" + lFace + " 1 2\n");
+    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3, 300, 3, 302}));
+    ASSERT_EQ(lData.mPolygonVertices.size(), 608u);
+    EXPECT_EQ(lData.mPolygonVertices[3 + 299], 299);
+    EXPECT_EQ(lData.mPolygonVertices[3 + 300], 2);
+}
+
+TEST(ObjReader, LongLineSampleKeepsItsLargeFace)
+{
+    const std::string lPath = moxtooltest::SampleModel("OBJ/box_longline.obj");
+    if (lPath.empty()) GTEST_SKIP() << "assimp-testmodels is not installed";
+    ManagedMesh lMesh;
+    ReadObj(lPath, lMesh);
+    EXPECT_EQ(moxtooltest::PolygonSizes(lMesh.Mesh()), (std::vector<int>{936, 4, 4, 4, 4, 4}));
 }
 
 TEST(ObjReader, SpiderSampleKeepsItsCounts)

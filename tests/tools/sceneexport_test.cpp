@@ -29,7 +29,7 @@ TEST(SceneExport, PlainCubeIsOneMeshOfEightVerticesAndSixQuads)
     moxsdk::MoxMesh* lMesh = lScope.NewMesh();
     moxtest::MakeCube(*lMesh);
     SceneSummary lSummary;
-    const auto lScene = BuildScene(*lMesh, SceneOptions(), lSummary);
+    const auto lScene = BuildScene(*lMesh, lSummary);
     ASSERT_EQ(lScene->mNumMeshes, 1u);
     const aiMesh& lOut = *lScene->mMeshes[0];
     EXPECT_EQ(lOut.mNumVertices, 8u);
@@ -57,7 +57,7 @@ TEST(SceneExport, DistinctCornerNormalsSplitVertices)
     moxtest::MakeCube(*lMesh);
     AddFaceNormals(*lMesh);
     SceneSummary lSummary;
-    const auto lScene = BuildScene(*lMesh, SceneOptions(), lSummary);
+    const auto lScene = BuildScene(*lMesh, lSummary);
     const aiMesh& lOut = *lScene->mMeshes[0];
     EXPECT_EQ(lOut.mNumVertices, 24u);
     ASSERT_TRUE(lOut.HasNormals());
@@ -72,7 +72,7 @@ TEST(SceneExport, NormalsPerControlPointKeepVerticesShared)
     moxtest::MakeCube(*lMesh);
     lMesh->InitNormals(0, 1);
     SceneSummary lSummary;
-    const auto lScene = BuildScene(*lMesh, SceneOptions(), lSummary);
+    const auto lScene = BuildScene(*lMesh, lSummary);
     EXPECT_EQ(lScene->mMeshes[0]->mNumVertices, 8u);
     EXPECT_TRUE(lScene->mMeshes[0]->HasNormals());
 }
@@ -88,7 +88,7 @@ TEST(SceneExport, PolygonsAreGroupedByMaterialInMaterialOrder)
     lMaterials->mDirectArray->Add(moxsdk::MoxSurfaceMaterial::Create(lScope.Get(), "blue"));
     for (int lSlot : {1, 0, 1, -1, 1, 5}) lMaterials->mIndexArray->Add(lSlot);
     SceneSummary lSummary;
-    const auto lScene = BuildScene(*lMesh, SceneOptions(), lSummary);
+    const auto lScene = BuildScene(*lMesh, lSummary);
     // red, blue, the slot 5 that has no material of its own, and the default for polygon 3.
     ASSERT_EQ(lScene->mNumMaterials, 4u);
     EXPECT_STREQ(lScene->mMaterials[0]->GetName().C_Str(), "red");
@@ -117,7 +117,7 @@ TEST(SceneExport, PolygonsThatCannotBeWrittenAreLeftOut)
     for (int lPoint : {0, 1, 99}) lMesh->AddPolygon(lPoint);
     lMesh->EndPolygon();
     SceneSummary lSummary;
-    const auto lScene = BuildScene(*lMesh, SceneOptions(), lSummary);
+    const auto lScene = BuildScene(*lMesh, lSummary);
     EXPECT_EQ(lSummary.mPolygons, 6);
     EXPECT_EQ(lSummary.mSkippedPolygons, 2);
     EXPECT_EQ(lScene->mMeshes[0]->mNumFaces, 6u);
@@ -137,7 +137,7 @@ TEST(SceneExport, UVSetsOfEveryLayerBecomeChannels)
         lMesh->GetLayer(l)->SetUVs(lUVs);
     }
     SceneSummary lSummary;
-    const auto lScene = BuildScene(*lMesh, SceneOptions(), lSummary);
+    const auto lScene = BuildScene(*lMesh, lSummary);
     const aiMesh& lOut = *lScene->mMeshes[0];
     EXPECT_EQ(lSummary.mUVSets, 2);
     ASSERT_TRUE(lOut.HasTextureCoords(1));
@@ -146,28 +146,6 @@ TEST(SceneExport, UVSetsOfEveryLayerBecomeChannels)
     const int lPoint = lMesh->GetPolygonVertex(0, 0);
     EXPECT_EQ(lOut.mTextureCoords[0][lVertex], aiVector3D(float(lPoint), 0, 0));
     EXPECT_EQ(lOut.mTextureCoords[1][lVertex], aiVector3D(float(lPoint), 1, 0));
-}
-
-TEST(SceneExport, TangentsTravelAsColoursOnlyWhenAsked)
-{
-    moxtest::ManagerScope lScope;
-    moxsdk::MoxMesh* lMesh = lScope.NewMesh();
-    moxtest::MakeCube(*lMesh);
-    lMesh->InitTangents(24, 0, "");
-    moxsdk::MoxLayerElementArrayTemplate<MoxVector4>* lTangents = nullptr;
-    ASSERT_TRUE(lMesh->GetTangents(&lTangents));
-    for (int i = 0; i < 24; ++i) lTangents->SetAt(i, MoxVector4(1, 0, 0, i < 12 ? 1 : -1));
-    SceneSummary lSummary;
-    SceneOptions lOptions;
-    EXPECT_FALSE(BuildScene(*lMesh, lOptions, lSummary)->mMeshes[0]->HasVertexColors(0));
-    EXPECT_FALSE(lSummary.mTangents);
-    lOptions.mTangentsAsColors = true;
-    const auto lScene = BuildScene(*lMesh, lOptions, lSummary);
-    const aiMesh& lOut = *lScene->mMeshes[0];
-    ASSERT_TRUE(lOut.HasVertexColors(0));
-    EXPECT_TRUE(lSummary.mTangents);
-    EXPECT_EQ(lOut.mColors[0][lOut.mFaces[0].mIndices[0]], aiColor4D(1, 0, 0, 1));
-    EXPECT_EQ(lOut.mColors[0][lOut.mFaces[5].mIndices[0]], aiColor4D(1, 0, 0, -1));
 }
 
 }  // namespace

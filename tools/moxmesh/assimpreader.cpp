@@ -214,14 +214,34 @@ size_t FileSize(const std::string& pPath)
     return stat(pPath.c_str(), &lStatus) == 0 ? static_cast<size_t>(lStatus.st_size) : 0;
 }
 
+// The part that Assimp's validation names in pError ("... The mesh NAME contains no vertices"); empty
+// when pError is another complaint.
+std::string EmptyPartOf(const std::string& pError)
+{
+    static const std::string sgBefore = "The mesh ";
+    static const std::string sgAfter = " contains no vertices";
+    const size_t lEnd = pError.find(sgAfter);
+    const size_t lStart = pError.rfind(sgBefore, lEnd);
+    if (lEnd == std::string::npos || lStart == std::string::npos) return {};
+    return pError.substr(lStart + sgBefore.size(), lEnd - lStart - sgBefore.size());
+}
+
 // Assimp's reading, bounded by a memory budget (memorybudget.h); a file that asks for more is refused.
-const aiScene* ReadScene(Assimp::Importer& pImporter, const std::string& pPath, const std::string& pFormat)
+// Assimp's validation refuses a whole file for one empty part (an STL solid without facets, say): such
+// a file is read again without it (reading leaves the empty parts out), with a note naming the part.
+const aiScene* ReadScene(Assimp::Importer& pImporter, const std::string& pPath, const std::string& pFormat,
+                         std::vector<std::string>& pNotes)
 {
     const size_t lBudget = sgBudgetBase + sgBudgetPerByte * FileSize(pPath);
     const aiScene* lScene = nullptr;
     {
         MemoryBudget lLimit(lBudget);
         lScene = pImporter.ReadFile(pPath, aiProcess_PreTransformVertices | aiProcess_ValidateDataStructure);
+        const std::string lEmptyPart = lScene ? std::string() : EmptyPartOf(pImporter.GetErrorString());
+        if (!lEmptyPart.empty()) {
+            lScene = pImporter.ReadFile(pPath, aiProcess_PreTransformVertices);
+            if (lScene) pNotes.push_back("empty part left out: \"" + lEmptyPart + "\"");
+        }
     }
     if (lScene) return lScene;
     const std::string lError = pImporter.GetErrorString();
@@ -238,16 +258,19 @@ void ParseWithAssimp(const std::string& pPath, const std::string& pFormat, MeshD
                      std::vector<std::string>& pNotes)
 {
     Assimp::Importer lImporter;
-    const aiScene* lScene = ReadScene(lImporter, pPath, pFormat);
+    ParseScene(*ReadScene(lImporter, pPath, pFormat, pNotes), pPath, pData, pNotes);
+}
 
-    const SceneVertices lVertices = ListVertices(*lScene);
+void ParseScene(const aiScene& pScene, const std::string& pPath, MeshData& pData, std::vector<std::string>& pNotes)
+{
+    const SceneVertices lVertices = ListVertices(pScene);
     if (lVertices.mCount > static_cast<size_t>(INT_MAX))
         throw ToolError(pPath, "too large: more than " + std::to_string(INT_MAX) + " vertices");
     pData = MeshData();
     std::vector<int> lPointOf;
     std::vector<int> lCornerVertex;
     WeldPositions(lVertices, pData, lPointOf);
-    const size_t lSkipped = CopyFaces(pPath, *lScene, lVertices, lPointOf, pData, lCornerVertex);
+    const size_t lSkipped = CopyFaces(pPath, pScene, lVertices, lPointOf, pData, lCornerVertex);
     if (lSkipped > 0)
         pNotes.push_back("not polygons, left out: " + std::to_string(lSkipped) +
                          (lSkipped == 1 ? " point or line primitive" : " point and line primitives"));
@@ -257,7 +280,7 @@ void ParseWithAssimp(const std::string& pPath, const std::string& pFormat, MeshD
     CopyNormals(lVertices, lCornerVertex, pData, pNotes);
     CopyUVs(lVertices, lCornerVertex, pData);
     CopyTangents(lVertices, lCornerVertex, pData);
-    CopyMaterialNames(*lScene, pData);
+    CopyMaterialNames(pScene, pData);
 
     const std::string lProblem = FindInconsistency(pData);
     if (!lProblem.empty()) throw ToolError(pPath, lProblem);

@@ -7,9 +7,11 @@
 // and the mesh has its topology again. Normals, UV channels and tangents stay per polygon vertex, in
 // index-to-direct mode over Assimp's vertices. The scene's node transforms are applied, every mesh goes
 // into the one MoxMesh, each polygon keeps its mesh's material, and point and line primitives are left
-// out.
+// out. An empty part (an STL solid without facets) is left out with a note; the other parts are read.
 
 #include <string>
+
+#include <assimp/scene.h>
 
 #include "managedmesh.h"
 #include "meshdata.h"
@@ -20,6 +22,10 @@ namespace moxmeshtool {
 // go to pNotes. Throws ToolError when Assimp cannot read the file, or when it has no polygons.
 void ParseWithAssimp(const std::string& pPath, const std::string& pFormat, MeshData& pData,
                      std::vector<std::string>& pNotes);
+
+// The second half of ParseWithAssimp: pScene (as Assimp read pPath) welded into pData. Throws ToolError
+// when it has no polygons, a face index past its mesh's vertices, or more vertices than an int counts.
+void ParseScene(const aiScene& pScene, const std::string& pPath, MeshData& pData, std::vector<std::string>& pNotes);
 
 // ParseWithAssimp, then builds pTarget's mesh from what was read.
 void ReadWithAssimp(const std::string& pPath, const std::string& pFormat, ManagedMesh& pTarget);

@@ -25,8 +25,8 @@ CLI::App* AddDemo(CLI::App& pApp, DemoOptions& pOptions)
 {
     CLI::App* lDemo = pApp.add_subcommand(
         "demo",
-        "Build a UV-mapped, skinned model with hard and soft edges and run the import pipeline on it: edges, "
-        "smoothing by angle, normals, tangents, split, merge, component maps, clean-up");
+        "Build a UV-mapped, skinned model with hard and soft edges and run the import pipeline on it: clean-up, "
+        "edges, smoothing by angle, normals, tangents, split, merge, component maps");
     lDemo->add_option("--segments", pOptions.mModel.mSegments, "Quads around the model (at least 3)")
         ->capture_default_str()
         ->check(CLI::Range(3, 1000000));
@@ -84,6 +84,9 @@ CLI::App* AddProcess(CLI::App& pApp, ProcessOptions& pOptions, std::string& pNor
     lProcess->add_flag("--split", pOptions.mSplit,
                        "Give every polygon vertex its own control point (one normal and UV per point)");
     lProcess->add_flag("--clean", pOptions.mClean, "Remove bad polygons first (fewer than 3 points, a point repeated)");
+    lProcess->add_flag("--report-json", pOptions.mReportJson,
+                       "Print the report as one JSON object: files with sizes and SHA-256, counts, steps with "
+                       "times, results and library reports");
     AddCommonOptions(*lProcess, pOptions);
     lProcess->footer(sgFooter);
     return lProcess;

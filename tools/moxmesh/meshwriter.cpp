@@ -4,16 +4,17 @@
 #include <cstring>
 #include <memory>
 
-#include <assimp/postprocess.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <assimp/Exporter.hpp>
 #include <assimp/IOStream.hpp>
 #include <assimp/IOSystem.hpp>
+#include <ext/stdio_filebuf.h>
 
-#include "gltftangents.h"
+#include "gltfwriter.h"
 #include "meshreader.h"
 #include "objnormalfilter.h"
+#include "sceneexport.h"
 #include "stagedoutput.h"
 #include "toolerror.h"
 
@@ -105,18 +106,94 @@ std::string DirectoryOf(const std::string& pPath)
 }
 
 // Assimp's OBJ exporter adds normals of its own to a mesh without any; pWithoutNormals takes them out.
-void Export(const aiScene& pScene, OutputFormat pFormat, const std::string& pPath, bool pWithoutNormals,
-            StagedOutput& pOutput)
+void Export(const aiScene& pScene, const std::string& pPath, bool pWithoutNormals, StagedOutput& pOutput)
 {
-    const char* lFormatId = pFormat == OutputFormat::eObj ? "obj" : pFormat == OutputFormat::eGltf ? "gltf2" : "glb2";
-    // glTF holds triangles only; OBJ keeps every polygon as it is.
-    const unsigned lSteps = pFormat == OutputFormat::eObj ? 0u : unsigned(aiProcess_Triangulate);
     Assimp::Exporter lExporter;
     lExporter.SetIOHandler(new StagedIOSystem(pOutput, pWithoutNormals ? pPath : std::string()));
-    const aiReturn lResult = lExporter.Export(&pScene, lFormatId, pPath, lSteps);
+    const aiReturn lResult = lExporter.Export(&pScene, "obj", pPath, 0u);
     if (pOutput.Failed()) throw ToolError(pOutput.FailedFile(), "cannot write: " + pOutput.Failure());
     if (lResult != aiReturn_SUCCESS)
         throw ToolError(pPath, std::string("cannot write: Assimp's exporter failed: ") + lExporter.GetErrorString());
+}
+
+void ThrowWhenEmpty(const SceneSummary& pSummary, const std::string& pPath)
+{
+    if (pSummary.mPolygons == 0)
+        throw ToolError(pPath, "nothing to write: no polygon has 3 or more vertices with valid control points");
+}
+
+// OBJ through Assimp's exporter; a mesh without normals is written without them.
+void WriteObj(moxsdk::MoxMesh& pMesh, const std::string& pPath, StagedOutput& pOutput, SceneSummary& pSummary)
+{
+    const std::unique_ptr<aiScene> lScene = BuildScene(pMesh, pSummary);
+    ThrowWhenEmpty(pSummary, pPath);
+    Export(*lScene, pPath, !pSummary.mNormals, pOutput);
+}
+
+// A stream onto a staged file: pDestination's file, whose failures StagedOutput records.
+class StagedFileStream {
+public:
+    StagedFileStream(StagedOutput& pOutput, const std::string& pDestination)
+        : mOutput(pOutput), mDestination(pDestination), mFile(pOutput.Open(pDestination))
+    {
+        if (!mFile) throw ToolError(pOutput.FailedFile(), "cannot write: " + pOutput.Failure());
+        mBuffer = std::make_unique<__gnu_cxx::stdio_filebuf<char>>(mFile, std::ios::out | std::ios::binary);
+        mStream = std::make_unique<std::ostream>(mBuffer.get());
+    }
+    ~StagedFileStream() { Close(); }
+    StagedFileStream(const StagedFileStream&) = delete;
+    StagedFileStream& operator=(const StagedFileStream&) = delete;
+
+    std::ostream& Stream() { return *mStream; }
+    // Flushes and closes the file, recording a failed write.
+    void Close()
+    {
+        if (!mFile) return;
+        mStream->flush();
+        if (!*mStream) mOutput.Fail(mDestination, std::strerror(errno));
+        mStream.reset();
+        mBuffer.reset();
+        mOutput.Close(mFile);
+        mFile = nullptr;
+    }
+
+private:
+    StagedOutput& mOutput;
+    std::string mDestination;
+    std::FILE* mFile;
+    std::unique_ptr<__gnu_cxx::stdio_filebuf<char>> mBuffer;
+    std::unique_ptr<std::ostream> mStream;
+};
+
+std::string BaseNameOf(const std::string& pPath)
+{
+    const size_t lSlash = pPath.find_last_of('/');
+    return lSlash == std::string::npos ? pPath : pPath.substr(lSlash + 1);
+}
+
+// "dir/name.gltf" -> "dir/name.bin".
+std::string BinPathOf(const std::string& pPath)
+{
+    return pPath.substr(0, pPath.size() - ExtensionOf(pPath).size()) + ".bin";
+}
+
+// glTF through tinygltf: a .glb, or a .gltf with its .bin beside it.
+void WriteGltfFiles(moxsdk::MoxMesh& pMesh, const std::string& pPath, bool pBinary, StagedOutput& pOutput,
+                    SceneSummary& pSummary)
+{
+    const std::string lName = BaseNameOf(pPath).substr(0, BaseNameOf(pPath).size() - ExtensionOf(pPath).size());
+    StagedFileStream lMain(pOutput, pPath);
+    if (pBinary) {
+        WriteGlb(pMesh, lName, lMain.Stream(), pSummary);
+    } else {
+        const std::string lBinPath = BinPathOf(pPath);
+        StagedFileStream lBin(pOutput, lBinPath);
+        WriteGltfText(pMesh, lName, BaseNameOf(lBinPath), lMain.Stream(), lBin.Stream(), pSummary);
+        lBin.Close();
+    }
+    ThrowWhenEmpty(pSummary, pPath);
+    lMain.Close();
+    if (pOutput.Failed()) throw ToolError(pOutput.FailedFile(), "cannot write: " + pOutput.Failure());
 }
 
 }  // namespace
@@ -163,20 +240,11 @@ WriteSummary WriteMesh(moxsdk::MoxMesh& pMesh, const std::string& pPath)
     WriteSummary lSummary;
     CheckWritable(pPath);
     lSummary.mFormat = OutputFormatOf(pPath);
-    SceneOptions lOptions;
-    lOptions.mTangentsAsColors = lSummary.mFormat != OutputFormat::eObj;
-    const std::unique_ptr<aiScene> lScene = BuildScene(pMesh, lOptions, lSummary.mScene);
-    if (lSummary.mScene.mPolygons == 0)
-        throw ToolError(pPath, "nothing to write: no polygon has 3 or more vertices with valid control points");
-
     StagedOutput lOutput;
-    const bool lWithoutNormals = lSummary.mFormat == OutputFormat::eObj && !lSummary.mScene.mNormals;
-    Export(*lScene, lSummary.mFormat, pPath, lWithoutNormals, lOutput);
-    if (lSummary.mScene.mTangents) {
-        const bool lBinary = lSummary.mFormat == OutputFormat::eGlb;
-        if (RenameColorAttributesInFile(lOutput.StagedPath(pPath), lBinary, pPath) == 0)
-            throw ToolError(pPath, "cannot write: the glTF exporter wrote no tangent attribute");
-    }
+    if (lSummary.mFormat == OutputFormat::eObj)
+        WriteObj(pMesh, pPath, lOutput, lSummary.mScene);
+    else
+        WriteGltfFiles(pMesh, pPath, lSummary.mFormat == OutputFormat::eGlb, lOutput, lSummary.mScene);
     lSummary.mFiles = lOutput.Destinations();
     lOutput.Commit();
     return lSummary;

@@ -1,15 +1,16 @@
 #pragma once
-// Writes a mesh as OBJ (positions, normals, UVs, polygons of any size, materials in a .mtl file; a mesh
-// without normals is written without normals, though Assimp's OBJ exporter makes some up) or as
-// glTF 2.0 (.gltf with its .bin buffer, or .glb; triangulated as glTF requires, with normals, UVs and
-// tangents) through Assimp's exporters (sceneexport.h builds the scene). Every file is staged and moved
-// into place only once all of them are complete (stagedoutput.h).
+// Writes a mesh as OBJ through Assimp's exporter (positions, normals, UVs, polygons of any size, materials
+// in a .mtl file; a mesh without normals is written without normals, though Assimp's OBJ exporter makes
+// some up; sceneexport.h builds the scene) or as glTF 2.0 through tinygltf, straight from the mesh (.gltf
+// with its .bin buffer, or .glb; triangulated as glTF requires, with normals, UVs and tangents;
+// gltfwriter.h). Every file is staged and moved into place only once all of them are complete
+// (stagedoutput.h).
 
 #include <string>
 #include <vector>
 
+#include "meshvertices.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "sceneexport.h"
 
 namespace moxmeshtool {
 

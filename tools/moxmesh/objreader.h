@@ -3,8 +3,10 @@
 // control point in file order, every face a polygon of its own size (nothing is triangulated), `vt` and
 // `vn` become per-polygon-vertex UV and normal elements in index-to-direct mode with the file's own
 // indices, and each face takes the material that `usemtl` names, as an index into the materials of the
-// file's material library. Objects and groups all go into the one mesh. (tinyobjloader itself drops faces
-// of fewer than 3 vertices, and reads at most 255 vertices per face: a larger face is an error.)
+// file's material library. Objects and groups all go into the one mesh. Text in UTF-16 (with its byte
+// order mark) is read as well as UTF-8 (with or without one). Faces of any size are read (tinyobjloader
+// counts a face's vertices in one byte: larger faces get their sizes from the file's face statements);
+// tinyobjloader itself drops faces of fewer than 3 vertices.
 
 #include <string>
 
