@@ -34,8 +34,9 @@ mox_require_packages()
 # The packages every build needs.
 MOX_BUILD_PACKAGES=(cmake g++ ninja-build)
 
-# The packages the moxmesh tool needs: command line, OBJ reading, the other formats and writing.
-MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev)
+# The packages the moxmesh tool needs: command line, OBJ reading, the other formats and writing, the JSON
+# report and its SHA-256 digests.
+MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev nlohmann-json3-dev libssl-dev)
 
 # The packages of the benchmarks against peer libraries (scripts/bench.sh): Google Benchmark, the peers
 # (Assimp comes with the tool's packages) and Python for the table.

@@ -1,11 +1,14 @@
 #include "commandline.h"
 
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "meshreader.h"
+#include "processreport.h"
 #include "tooltestsupport.h"
 
 using namespace moxmeshtool;
@@ -117,6 +120,54 @@ TEST(CommandLine, ProcessWritesWhatWasAskedFor)
         EXPECT_NEAR(std::fabs(lCorner.mNormal[0]) + std::fabs(lCorner.mNormal[1]) + std::fabs(lCorner.mNormal[2]), 1.0,
                     1e-6);
     EXPECT_EQ(lDir.Entries(), (std::vector<std::string>{"cube.glb", "cube.obj"}));
+}
+
+TEST(CommandLine, ProcessReportsAsJson)
+{
+    TempDir lDir;
+    moxtooltest::WriteFile(lDir.File("cube.obj"), sgCube);
+    const RunResult lRun =
+        Moxmesh({"process", lDir.File("cube.obj"), "-o", lDir.File("cube.gltf"), "--split", "--report-json"});
+    EXPECT_EQ(lRun.mStatus, 0) << lRun.mErr;
+    EXPECT_EQ(std::count(lRun.mOut.begin(), lRun.mOut.end(), '\n'), 1);
+    const nlohmann::json lReport = nlohmann::json::parse(lRun.mOut);
+    const nlohmann::json lInput = {{"path", lDir.File("cube.obj")},
+                                   {"bytes", 200},
+                                   {"sha256", "20ebd0b94b1ddf5808e50c39d8540db3e2dc0ee4b69902ed316d51da9b013d46"},
+                                   {"format", "OBJ (tinyobjloader)"}};
+    EXPECT_EQ(lReport["input"], lInput);
+    const nlohmann::json& lOutput = lReport["output"];
+    EXPECT_EQ(lOutput["path"], lDir.File("cube.gltf"));
+    EXPECT_EQ(lOutput["format"], "glTF");
+    ASSERT_EQ(lOutput["files"].size(), 2u);
+    EXPECT_EQ(lOutput["files"][0]["path"], lDir.File("cube.gltf"));
+    EXPECT_EQ(lOutput["files"][1]["path"], lDir.File("cube.bin"));
+    for (const nlohmann::json& lFile : lOutput["files"]) {
+        const std::string lPath = lFile["path"];
+        EXPECT_EQ(lFile["bytes"], moxtooltest::ReadFile(lPath).size());
+        EXPECT_EQ(lFile["sha256"], DigestFile(lPath).mSha256);
+    }
+    EXPECT_EQ(lOutput["bytes"], lOutput["files"][0]["bytes"]);
+    EXPECT_EQ(lOutput["sha256"], lOutput["files"][0]["sha256"]);
+    const nlohmann::json lRead = {
+        {"control_points", 8}, {"polygons", 6}, {"polygon_vertices", 24}, {"edges", 12}, {"uv_sets", 1}};
+    EXPECT_EQ(lReport["counts"]["read"], lRead);
+    EXPECT_EQ(lReport["counts"]["processed"]["control_points"], 24);
+    EXPECT_EQ(lReport["counts"]["written"]["triangles"], 12);
+    ASSERT_EQ(lReport["steps"].size(), 4u);
+    double lTotal = 0.0;
+    for (const nlohmann::json& lStep : lReport["steps"]) lTotal += lStep["ms"].get<double>();
+    EXPECT_DOUBLE_EQ(lReport["total_ms"].get<double>(), lTotal);
+    EXPECT_EQ(lReport["steps"][1]["name"], "BuildMeshEdgeArray");
+    EXPECT_EQ(lReport["steps"][1]["result"], "12 edges");
+    EXPECT_EQ(lReport["steps"][1]["library_reports"], nlohmann::json::array());
+    // SplitPoints reports a mesh without normals (the cube has none); the run goes on.
+    const nlohmann::json lReports = nlohmann::json::parse(
+        R"([{"file": "scene/geometry/moxmesh", "function": "SplitPoints", "message": "isvalid && lNormals",
+             "count": 1}])");
+    EXPECT_EQ(lReport["steps"][2]["name"], "SplitPoints");
+    EXPECT_EQ(lReport["steps"][2]["library_reports"], lReports);
+    EXPECT_EQ(lReport["library_reports"], lReports);
 }
 
 TEST(CommandLine, MissingInputIsOneLineAndExitOne)

@@ -84,6 +84,9 @@ CLI::App* AddProcess(CLI::App& pApp, ProcessOptions& pOptions, std::string& pNor
     lProcess->add_flag("--split", pOptions.mSplit,
                        "Give every polygon vertex its own control point (one normal and UV per point)");
     lProcess->add_flag("--clean", pOptions.mClean, "Remove bad polygons first (fewer than 3 points, a point repeated)");
+    lProcess->add_flag("--report-json", pOptions.mReportJson,
+                       "Print the report as one JSON object: files with sizes and SHA-256, counts, steps with "
+                       "times, results and library reports");
     AddCommonOptions(*lProcess, pOptions);
     lProcess->footer(sgFooter);
     return lProcess;

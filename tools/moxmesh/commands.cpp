@@ -10,6 +10,7 @@
 #include "meshreader.h"
 #include "meshwriter.h"
 #include "pipelinesteps.h"
+#include "processreport.h"
 #include "reportprinter.h"
 #include "toolerror.h"
 
@@ -82,16 +83,54 @@ std::string DescribeWrite(const WriteSummary& pWritten)
     return lText;
 }
 
-Step WriteStep(const std::string& pPath, MeshSlot& pMesh)
-{
-    return Step{"write", [&pPath, &pMesh] { return DescribeWrite(WriteMesh(pMesh->Mesh(), pPath)); }};
-}
-
 std::string AngleStepName(double pDegrees)
 {
     char lName[64];
     std::snprintf(lName, sizeof lName, "smoothing by angle <= %g deg", pDegrees);
     return lName;
+}
+
+// The output path is checked before anything is read, so that a wrong path fails at once. The counts are
+// taken as the steps go: as read (edges once built) and as processed (just before writing).
+ProcessReport RunProcessSteps(const ProcessOptions& pOptions, std::ostream& pErr)
+{
+    const std::string lConflict = FindOptionConflict(pOptions);
+    if (!lConflict.empty()) throw ToolError(pOptions.mOutput, lConflict);
+    CheckWritable(pOptions.mOutput);
+    OutputFormatOf(pOptions.mOutput);
+
+    ProcessReport lReport;
+    lReport.mInputPath = pOptions.mInput;
+    lReport.mOutputPath = pOptions.mOutput;
+    MeshSlot lMesh;
+    std::vector<Step> lSteps;
+    StepRunner lRunner(0, pErr);  // the count is set once the steps are known
+    lSteps.push_back(ReadStep(pOptions.mInput, lMesh, pOptions, lRunner, pErr));
+    if (pOptions.mClean) lSteps.push_back({"RemoveBadPolygons", [&lMesh] { return RemoveBadPolygons(lMesh->Mesh()); }});
+    lSteps.push_back({"BuildMeshEdgeArray", [&lMesh, &lReport] {
+                          lReport.mInputFormat = lMesh->mFormat;
+                          std::string lResult = BuildEdges(lMesh->Mesh());
+                          lReport.mRead = CountMesh(lMesh->Mesh());
+                          return lResult;
+                      }});
+    if (pOptions.mSmoothAngle >= 0.0)
+        lSteps.push_back({AngleStepName(pOptions.mSmoothAngle),
+                          [&lMesh, &pOptions] { return SmoothByAngle(lMesh->Mesh(), pOptions.mSmoothAngle); }});
+    AddNormalSteps(pOptions, lMesh, pErr, lSteps);
+    if (pOptions.mTangents)
+        lSteps.push_back({"GenerateTangentsDataForAllUVSets", [&lMesh] { return GenerateTangents(lMesh->Mesh()); }});
+    if (pOptions.mSplit) lSteps.push_back({"SplitPoints", [&lMesh] { return SplitPoints(lMesh->Mesh()); }});
+    lSteps.push_back(Step{"write", [&pOptions, &lMesh, &lReport] {
+                              lReport.mProcessed = CountMesh(lMesh->Mesh());
+                              lReport.mWritten = WriteMesh(lMesh->Mesh(), pOptions.mOutput);
+                              return DescribeWrite(lReport.mWritten);
+                          }});
+
+    lRunner.SetStepCount(static_cast<int>(lSteps.size()));
+    lRunner.SetProgress(ProgressFromStart(pOptions));
+    RunSteps(lSteps, lRunner);
+    lReport.mSteps = lRunner.Records();
+    return lReport;
 }
 
 }  // namespace
@@ -143,34 +182,27 @@ void RunInfo(const InfoOptions& pOptions, std::ostream& pOut, std::ostream& pErr
     PrintInfo(pOptions.mInput, lMesh->mFormat, lInfo, pOut);
 }
 
-// The output path is checked before anything is read, so that a wrong path fails at once.
+ProcessReport RunProcessReport(const ProcessOptions& pOptions, std::ostream& pErr)
+{
+    ProcessReport lReport = RunProcessSteps(pOptions, pErr);
+    AddDigests(lReport);
+    return lReport;
+}
+
+std::string RunProcessJson(const ProcessOptions& pOptions, std::ostream& pErr)
+{
+    return ToJson(RunProcessReport(pOptions, pErr));
+}
+
 void RunProcess(const ProcessOptions& pOptions, std::ostream& pOut, std::ostream& pErr)
 {
-    const std::string lConflict = FindOptionConflict(pOptions);
-    if (!lConflict.empty()) throw ToolError(pOptions.mOutput, lConflict);
-    CheckWritable(pOptions.mOutput);
-    OutputFormatOf(pOptions.mOutput);
-
-    MeshSlot lMesh;
-    std::vector<Step> lSteps;
-    StepRunner lRunner(0, pErr);  // the count is set once the steps are known
-    lSteps.push_back(ReadStep(pOptions.mInput, lMesh, pOptions, lRunner, pErr));
-    if (pOptions.mClean) lSteps.push_back({"RemoveBadPolygons", [&lMesh] { return RemoveBadPolygons(lMesh->Mesh()); }});
-    lSteps.push_back({"BuildMeshEdgeArray", [&lMesh] { return BuildEdges(lMesh->Mesh()); }});
-    if (pOptions.mSmoothAngle >= 0.0)
-        lSteps.push_back({AngleStepName(pOptions.mSmoothAngle),
-                          [&lMesh, &pOptions] { return SmoothByAngle(lMesh->Mesh(), pOptions.mSmoothAngle); }});
-    AddNormalSteps(pOptions, lMesh, pErr, lSteps);
-    if (pOptions.mTangents)
-        lSteps.push_back({"GenerateTangentsDataForAllUVSets", [&lMesh] { return GenerateTangents(lMesh->Mesh()); }});
-    if (pOptions.mSplit) lSteps.push_back({"SplitPoints", [&lMesh] { return SplitPoints(lMesh->Mesh()); }});
-    lSteps.push_back(WriteStep(pOptions.mOutput, lMesh));
-
-    lRunner.SetStepCount(static_cast<int>(lSteps.size()));
-    lRunner.SetProgress(ProgressFromStart(pOptions));
-    RunSteps(lSteps, lRunner);
+    if (pOptions.mReportJson) {
+        pOut << RunProcessJson(pOptions, pErr) << std::endl;
+        return;
+    }
+    const ProcessReport lReport = RunProcessSteps(pOptions, pErr);
     PrintTitle("moxmesh process: " + pOptions.mInput + " -> " + pOptions.mOutput, pOut);
-    PrintSteps(lRunner.Records(), pOut);
+    PrintSteps(lReport.mSteps, pOut);
 }
 
 }  // namespace moxmeshtool

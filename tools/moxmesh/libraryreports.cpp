@@ -9,6 +9,24 @@ LibraryReports* sgActive = nullptr;
 
 }  // namespace
 
+std::string DescribeReport(const ReportCount& pReport)
+{
+    return pReport.mFile + ": " + pReport.mFunction + ": " + pReport.mMessage;
+}
+
+// A step makes few distinct reports (messages are fixed texts), so a linear search is enough.
+void AddReportCount(const ReportCount& pReport, std::vector<ReportCount>& pCounts)
+{
+    for (ReportCount& lCount : pCounts) {
+        if (lCount.mMessage == pReport.mMessage && lCount.mFunction == pReport.mFunction &&
+            lCount.mFile == pReport.mFile) {
+            lCount.mCount += pReport.mCount;
+            return;
+        }
+    }
+    pCounts.push_back(pReport);
+}
+
 LibraryReports::LibraryReports() : mPrevious(sgActive)
 {
     sgActive = this;
@@ -24,16 +42,17 @@ LibraryReports::~LibraryReports()
 void LibraryReports::Mark()
 {
     mCount = 0;
-    mFirst.clear();
+    mDistinct.clear();
 }
 
 void LibraryReports::Collect(const char* pFileName, const char* pFunctionName, unsigned int /*pLineNumber*/,
                              const char* pMessage)
 {
     if (!sgActive) return;
-    if (sgActive->mCount++ == 0)
-        sgActive->mFirst = std::string(pFileName ? pFileName : "") + ": " + (pFunctionName ? pFunctionName : "") +
-                           ": " + (pMessage ? pMessage : "");
+    ++sgActive->mCount;
+    AddReportCount(
+        ReportCount{pFileName ? pFileName : "", pFunctionName ? pFunctionName : "", pMessage ? pMessage : "", 1},
+        sgActive->mDistinct);
 }
 
 }  // namespace moxmeshtool

@@ -7,8 +7,23 @@
 // print every report to stderr, which can be millions of lines for a damaged file.
 
 #include <string>
+#include <vector>
 
 namespace moxmeshtool {
+
+// One distinct report (file, function and message) and how many times it was made.
+struct ReportCount {
+    std::string mFile;  // the source path without extension, e.g. "core/base/moxarray"
+    std::string mFunction;
+    std::string mMessage;
+    long mCount = 0;
+};
+
+// "file: function: message".
+std::string DescribeReport(const ReportCount& pReport);
+
+// Adds pReport's count to the entry of pCounts with the same file, function and message, or appends it.
+void AddReportCount(const ReportCount& pReport, std::vector<ReportCount>& pCounts);
 
 class LibraryReports {
 public:
@@ -21,16 +36,16 @@ public:
 
     // Starts a new count (e.g. at the start of a step).
     void Mark();
-    // Reports since the last Mark, and the first of them as "file: function: message".
+    // Reports since the last Mark; the distinct ones in the order they were first made, each with its count.
     long CountSinceMark() const { return mCount; }
-    const std::string& FirstSinceMark() const { return mFirst; }
+    const std::vector<ReportCount>& DistinctSinceMark() const { return mDistinct; }
 
 private:
     static void Collect(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
                         const char* pMessage);
 
     long mCount = 0;
-    std::string mFirst;
+    std::vector<ReportCount> mDistinct;
     LibraryReports* mPrevious;
 };
 

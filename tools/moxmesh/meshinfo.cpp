@@ -141,7 +141,7 @@ MeshInfo GatherInfo(MoxMesh& pMesh, StepRunner& pRunner)
         return std::to_string(lInfo.mBadPolygons) + " bad polygons";
     });
     for (const StepRecord& lRecord : pRunner.Records()) {
-        if (lInfo.mLibraryReports == 0) lInfo.mFirstLibraryReport = lRecord.mFirstReport;
+        if (lInfo.mLibraryReports == 0) lInfo.mFirstLibraryReport = lRecord.FirstReport();
         lInfo.mLibraryReports += lRecord.mReports;
     }
     return lInfo;

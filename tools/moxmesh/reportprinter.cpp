@@ -78,7 +78,7 @@ void PrintSteps(const std::vector<StepRecord>& pRecords, std::ostream& pOut)
         if (lRecord.mReports > 0)
             pOut << lIndent << "(" << lRecord.mReports
                  << (lRecord.mReports == 1 ? " library report: " : " library reports, the first: ")
-                 << lRecord.mFirstReport << ")\n";
+                 << lRecord.FirstReport() << ")\n";
         lTotal += lRecord.mSeconds;
     }
     pOut << "  " << std::left << std::setw(static_cast<int>(lNameWidth)) << "total" << std::right

@@ -18,7 +18,7 @@ const StepRecord& StepRunner::Run(const std::string& pName, const std::function<
     lRecord.mResult = pStep();
     lRecord.mSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - lStart).count();
     lRecord.mReports = mReports.CountSinceMark();
-    lRecord.mFirstReport = mReports.FirstSinceMark();
+    lRecord.mReportCounts = mReports.DistinctSinceMark();
     if (mProgress)
         mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds) << std::endl;
     mRecords.push_back(lRecord);

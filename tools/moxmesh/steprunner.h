@@ -20,8 +20,11 @@ struct StepRecord {
     std::string mName;    // e.g. "GenerateNormals"
     std::string mResult;  // what the step produced, e.g. "2112 normals by polygon vertex"
     double mSeconds = 0.0;
-    long mReports = 0;         // library reports made during the step
-    std::string mFirstReport;  // the first of them
+    long mReports = 0;                       // library reports made during the step
+    std::vector<ReportCount> mReportCounts;  // the distinct ones, in the order they were first made
+
+    // The first report of the step as "file: function: message"; empty when there was none.
+    std::string FirstReport() const { return mReportCounts.empty() ? std::string() : DescribeReport(mReportCounts[0]); }
 };
 
 class StepRunner {
