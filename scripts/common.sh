@@ -41,3 +41,7 @@ MOX_TOOL_PACKAGES=(libcli11-dev libtinyobjloader-dev libassimp-dev nlohmann-json
 # The packages of the benchmarks against peer libraries (scripts/bench.sh): Google Benchmark, the peers
 # (Assimp comes with the tool's packages) and Python for the table.
 MOX_BENCH_PACKAGES=(libbenchmark-dev libmeshoptimizer-dev libopenmesh-dev python3)
+
+# The packages of the Python package (scripts/python.sh): pybind11, the headers of Debian's interpreter,
+# numpy, Dask's distributed scheduler for batch runs on a cluster, pytest and venv.
+MOX_PYTHON_PACKAGES=(pybind11-dev python3-dev python3-numpy python3-distributed python3-pytest python3-venv)

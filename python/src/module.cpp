@@ -3,6 +3,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include "pyfiles.h"
 #include "pymesh.h"
 #include "pyreports.h"
 
@@ -13,4 +14,5 @@ PYBIND11_MODULE(_moxsdk, pModule)
     pModule.doc() = "moxsdk polygon meshes (extension module; use the package moxsdk)";
     moxpython::DefineMeshWarning(pModule);
     moxpython::DefineMesh(pModule);
+    moxpython::DefineFileFunctions(pModule);
 }
