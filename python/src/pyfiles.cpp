@@ -3,9 +3,11 @@
 #include <cmath>
 #include <mutex>
 #include <sstream>
+#include <tuple>
 
 #include <pybind11/stl.h>
 
+#include "batch.h"
 #include "commands.h"
 #include "meshreader.h"
 #include "meshwriter.h"
@@ -81,6 +83,26 @@ std::vector<std::string> Write(PyMesh& pMesh, const py::handle& pPath)
     return Walk(pMesh, [&lPath](moxsdk::MoxMesh& pMoxMesh) { return moxmeshtool::WriteMesh(pMoxMesh, lPath).mFiles; });
 }
 
+// The batch plan of moxmesh batch for a directory (str or path) or a list of files: (input, output,
+// up to date) per file.
+std::vector<std::tuple<std::string, std::string, bool>> BatchPlan(const py::object& pInputs, const py::handle& pOutDir,
+                                                                   const std::string& pFormat, bool pResume)
+{
+    const std::string lOutDir = PathOf(pOutDir);
+    const bool lDirectory = py::isinstance<py::str>(pInputs) || py::hasattr(pInputs, "__fspath__");
+    std::vector<std::string> lInputs;
+    if (!lDirectory)
+        for (py::handle lPath : pInputs) lInputs.push_back(PathOf(lPath));
+    const std::string lDirectoryPath = lDirectory ? PathOf(pInputs) : std::string();
+    const auto lItems = Released([&] {
+        if (lDirectory) return moxmeshtool::PlanBatch(moxmeshtool::ListMeshFiles(lDirectoryPath), lDirectoryPath, lOutDir, pFormat, pResume);
+        return moxmeshtool::PlanBatch(lInputs, moxmeshtool::CommonDirectory(lInputs), lOutDir, pFormat, pResume);
+    });
+    std::vector<std::tuple<std::string, std::string, bool>> lPlan;
+    for (const moxmeshtool::BatchItem& lItem : lItems) lPlan.emplace_back(lItem.mInput, lItem.mOutput, lItem.mUpToDate);
+    return lPlan;
+}
+
 }  // namespace
 
 void DefineFileFunctions(py::module_& pModule)
@@ -99,6 +121,15 @@ void DefineFileFunctions(py::module_& pModule)
 `moxmesh process --report-json` prints (files with sizes and SHA-256, counts, steps with times and
 results, library reports). normals: 'keep', 'control-point' or 'polygon-vertex'; smooth_angle: None or
 degrees. MeshFileError when the file cannot be read, processed or written.)");
+    pModule.def("_batch_plan", &BatchPlan, py::arg("inputs"), py::arg("out_dir"), py::arg("format"), py::arg("resume"),
+                "moxmesh batch's plan: (input, output, up to date) per file.");
+    pModule.def(
+        "_batch_record",
+        [](const py::handle& pOutDir, const std::string& pOutput, const std::string& pSha256) {
+            moxmeshtool::RecordBatchOutput(PathOf(pOutDir), pOutput, pSha256);
+        },
+        py::arg("out_dir"), py::arg("output"), py::arg("input_sha256"),
+        "Records an output and its input's digest for resuming, as moxmesh batch does.");
 }
 
 }  // namespace moxpython
