@@ -153,9 +153,16 @@ py::array Points(py::object pSelf)
                                &lMesh.Mesh().GetControlPoints()[0][0], lExport);
 }
 
+// The mesh for reading under the GIL (RequireIdle).
+const MoxMesh& Idle(const PyMesh& pMesh)
+{
+    RequireIdle(pMesh);
+    return pMesh.Mesh();
+}
+
 py::array_t<int> PolygonSizes(PyMesh& pMesh)
 {
-    const MoxMesh& lMesh = pMesh.Mesh();
+    const MoxMesh& lMesh = Idle(pMesh);
     py::array_t<int> lSizes(lMesh.GetPolygonCount());
     int* lOut = lSizes.mutable_data();
     for (int p = 0; p < lMesh.GetPolygonCount(); ++p) lOut[p] = lMesh.mPolygons[p].mSize;
@@ -166,7 +173,7 @@ py::array_t<int> PolygonSizes(PyMesh& pMesh)
 
 py::object Normals(PyMesh& pMesh)
 {
-    if (!pMesh.Mesh().GetElementNormal(0)) return py::none();
+    if (!Idle(pMesh).GetElementNormal(0)) return py::none();
     moxsdk::MoxArray<MoxVector4> lNormals;
     if (!Walk(pMesh, [&lNormals](MoxMesh& pMoxMesh) { return pMoxMesh.GetPolygonVertexNormals(lNormals); }))
         return py::none();
@@ -181,7 +188,7 @@ py::object Normals(PyMesh& pMesh)
 
 py::object Tangents(PyMesh& pMesh, const py::object& pUVSet, bool pBinormals)
 {
-    const int lLayer = UVSetLayer(pMesh.Mesh(), pUVSet);
+    const int lLayer = UVSetLayer(Idle(pMesh), pUVSet);
     if (lLayer < 0) return py::none();
     const MoxLayer* lLayerObject = pMesh.Mesh().GetLayer(lLayer);
     const moxsdk::MoxLayerElementTemplate<MoxVector4>* lElement = nullptr;
@@ -196,13 +203,13 @@ py::object Tangents(PyMesh& pMesh, const py::object& pUVSet, bool pBinormals)
 std::vector<std::string> UVSetNames(PyMesh& pMesh)
 {
     std::vector<std::string> lNames;
-    ForEachUVSet(pMesh.Mesh(), [&lNames](const MoxLayerElementUV& pUVs, int) { lNames.emplace_back(pUVs.GetName()); });
+    ForEachUVSet(Idle(pMesh), [&lNames](const MoxLayerElementUV& pUVs, int) { lNames.emplace_back(pUVs.GetName()); });
     return lNames;
 }
 
 py::object UVs(PyMesh& pMesh, const py::object& pName)
 {
-    if (UVSetLayer(pMesh.Mesh(), pName) < 0) return py::none();
+    if (UVSetLayer(Idle(pMesh), pName) < 0) return py::none();
     const std::string lName = pName.is_none() ? std::string() : pName.cast<std::string>();
     moxsdk::MoxArray<MoxVector2> lUVs;
     if (!Walk(pMesh, [&](MoxMesh& pMoxMesh) {
@@ -239,7 +246,7 @@ MoxLayerElementUV& UVSetForWriting(MoxMesh& pMesh, const std::string& pName)
 
 void SetUVs(PyMesh& pMesh, const py::object& pValues, const py::object& pIndices, const std::string& pName)
 {
-    const int lCorners = pMesh.Mesh().GetPolygonVertexCount();
+    const int lCorners = Idle(pMesh).GetPolygonVertexCount();
     const std::vector<double> lValues = ToFiniteRows(pValues, "values", 2, pIndices.is_none() ? lCorners : -1);
     const int lValueCount = static_cast<int>(lValues.size() / 2);
     std::vector<int> lIndices;
@@ -247,7 +254,7 @@ void SetUVs(PyMesh& pMesh, const py::object& pValues, const py::object& pIndices
     Walk(pMesh, [&](MoxMesh& pMoxMesh) {
         MoxLayerElementUV& lUVs = UVSetForWriting(pMoxMesh, pName);
         lUVs.SetMappingMode(MoxLayerElement::eByPolygonVertex);
-        lUVs.SetReferenceMode(lIndices.empty() && lCorners > 0 ? MoxLayerElement::eDirect : MoxLayerElement::eIndexToDirect);
+        lUVs.SetReferenceMode(pIndices.is_none() ? MoxLayerElement::eDirect : MoxLayerElement::eIndexToDirect);
         FillArray(*lUVs.mDirectArray, lValueCount, [&lValues, lValueCount](MoxVector2* pOut) {
             for (int i = 0; i < lValueCount; ++i) pOut[i] = MoxVector2(lValues[2 * i], lValues[2 * i + 1]);
         });
@@ -258,7 +265,7 @@ void SetUVs(PyMesh& pMesh, const py::object& pValues, const py::object& pIndices
 
 void SetMaterials(PyMesh& pMesh, const py::object& pPerPolygon)
 {
-    const int lPolygons = pMesh.Mesh().GetPolygonCount();
+    const int lPolygons = Idle(pMesh).GetPolygonCount();
     const std::vector<int> lIndices = ToIndices(pPerPolygon, "per_polygon", lPolygons, -1, sgMaxMaterial);
     int lMaterialCount = 0;
     for (int lIndex : lIndices) lMaterialCount = std::max(lMaterialCount, lIndex + 1);
@@ -297,8 +304,8 @@ void RequireEdges(const MoxMesh& pMesh, const char* pOperation)
 
 void SetHardEdges(PyMesh& pMesh, const py::object& pEdgeMask)
 {
-    RequireEdges(pMesh.Mesh(), "set_hard_edges");
-    std::vector<int> lSoft = ToIndices(pEdgeMask, "edge_mask", pMesh.Mesh().GetMeshEdgeCount(), 0, 1);
+    RequireEdges(Idle(pMesh), "set_hard_edges");
+    std::vector<int> lSoft = ToIndices(pEdgeMask, "edge_mask", Idle(pMesh).GetMeshEdgeCount(), 0, 1);
     for (int& lValue : lSoft) lValue = 1 - lValue;
     SetSmoothing(pMesh, MoxLayerElement::eByEdge, lSoft);
 }
@@ -307,7 +314,7 @@ py::tuple SmoothByAngle(PyMesh& pMesh, double pDegrees)
 {
     if (!std::isfinite(pDegrees) || pDegrees < 0.0)
         throw py::value_error("degrees: expected a finite angle of at least 0, got " + std::to_string(pDegrees));
-    RequireEdges(pMesh.Mesh(), "smooth_by_angle");
+    RequireEdges(Idle(pMesh), "smooth_by_angle");
     const auto lSummary = Walk(pMesh, [pDegrees](MoxMesh& pMoxMesh) {
         MoxMesh::ComponentMap lEdgeToPolygons;
         MoxMesh::ComponentMap lPolygonToEdges;
@@ -323,7 +330,7 @@ bool GenerateTangents(PyMesh& pMesh, const py::object& pUVSet, bool pOverwrite)
 {
     if (pUVSet.is_none())
         return Walk(pMesh, [pOverwrite](MoxMesh& pMoxMesh) { return pMoxMesh.GenerateTangentsDataForAllUVSets(pOverwrite); });
-    UVSetLayer(pMesh.Mesh(), pUVSet);
+    UVSetLayer(Idle(pMesh), pUVSet);
     const std::string lName = pUVSet.cast<std::string>();
     return Walk(pMesh, [&lName, pOverwrite](MoxMesh& pMoxMesh) {
         return pMoxMesh.GenerateTangentsData(lName.c_str(), pOverwrite);
@@ -361,9 +368,14 @@ py::tuple ControlPointToVertices(PyMesh& pMesh)
 
 }  // namespace
 
+void RequireIdle(const PyMesh& pMesh)
+{
+    if (pMesh.mBusy) throw std::runtime_error("the mesh is in use by another thread");
+}
+
 BusyGuard::BusyGuard(PyMesh& pMesh) : mMesh(pMesh)
 {
-    if (mMesh.mBusy) throw std::runtime_error("the mesh is in use by another thread");
+    RequireIdle(mMesh);
     mMesh.mBusy = true;
 }
 
@@ -383,13 +395,14 @@ for wrong shapes, non-finite positions, empty polygons or indices outside 0 .. N
         .def_property_readonly(
             "polygon_vertices",
             [](PyMesh& pMesh) {
-                return IntArray(pMesh.Mesh().GetPolygonVertices(), static_cast<size_t>(pMesh.Mesh().GetPolygonVertexCount()));
+                const MoxMesh& lMesh = Idle(pMesh);
+                return IntArray(lMesh.GetPolygonVertices(), static_cast<size_t>(lMesh.GetPolygonVertexCount()));
             },
             "int32 control point of each polygon vertex, polygon after polygon (a copy).")
-        .def_property_readonly("control_point_count", [](PyMesh& pMesh) { return pMesh.Mesh().GetControlPointsCount(); })
-        .def_property_readonly("polygon_count", [](PyMesh& pMesh) { return pMesh.Mesh().GetPolygonCount(); })
-        .def_property_readonly("polygon_vertex_count", [](PyMesh& pMesh) { return pMesh.Mesh().GetPolygonVertexCount(); })
-        .def_property_readonly("edge_count", [](PyMesh& pMesh) { return pMesh.Mesh().GetMeshEdgeCount(); })
+        .def_property_readonly("control_point_count", [](PyMesh& pMesh) { return Idle(pMesh).GetControlPointsCount(); })
+        .def_property_readonly("polygon_count", [](PyMesh& pMesh) { return Idle(pMesh).GetPolygonCount(); })
+        .def_property_readonly("polygon_vertex_count", [](PyMesh& pMesh) { return Idle(pMesh).GetPolygonVertexCount(); })
+        .def_property_readonly("edge_count", [](PyMesh& pMesh) { return Idle(pMesh).GetMeshEdgeCount(); })
         .def_property_readonly("normals", &Normals,
                                "(P, 3) normal of each polygon vertex whatever the element's mapping; None without normals.")
         .def_property_readonly("uv_set_names", &UVSetNames, "The names of the UV sets, layer after layer.")
@@ -413,7 +426,7 @@ polygon vertex, or with `indices` (one per polygon vertex, -1 for none) an index
             "set_smoothing_groups",
             [](PyMesh& pMesh, const py::object& pPerPolygon) {
                 SetSmoothing(pMesh, MoxLayerElement::eByPolygon,
-                             ToIndices(pPerPolygon, "per_polygon", pMesh.Mesh().GetPolygonCount(), INT_MIN, INT_MAX));
+                             ToIndices(pPerPolygon, "per_polygon", Idle(pMesh).GetPolygonCount(), INT_MIN, INT_MAX));
             },
             py::arg("per_polygon"), "Smoothing group of each polygon (layer 0's smoothing, by polygon).")
         .def("set_hard_edges", &SetHardEdges, py::arg("edge_mask"),
@@ -459,7 +472,7 @@ polygon vertex, or with `indices` (one per polygon vertex, -1 for none) an index
         .def("control_point_to_vertices", &ControlPointToVertices,
              "(offsets, polygon vertices) per control point: item c is data[offsets[c]:offsets[c + 1]].")
         .def("__repr__", [](PyMesh& pMesh) {
-            const MoxMesh& lMesh = pMesh.Mesh();
+            const MoxMesh& lMesh = Idle(pMesh);
             return "<moxsdk.Mesh: " + std::to_string(lMesh.GetControlPointsCount()) + " control points, " +
                    std::to_string(lMesh.GetPolygonCount()) + " polygons>";
         });

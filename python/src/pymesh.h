@@ -31,6 +31,10 @@ private:
     std::unique_ptr<moxmeshtool::ManagedMesh> mMesh;
 };
 
+// RuntimeError when another thread's call is using the mesh. With the GIL held, nothing can start
+// using it until the GIL is released, so reading the mesh after this check is safe.
+void RequireIdle(const PyMesh& pMesh);
+
 // Marks the mesh in use for one call; RuntimeError when another thread's call is using it.
 class BusyGuard {
 public:
