@@ -1,14 +1,12 @@
 // The steps of bench/python/overhead.py in C++: a mesh from flat arrays (MeshBuilder, as Mesh.from_arrays
 // uses it), BuildMeshEdgeArray, GenerateNormals, the normals per polygon vertex read into a flat array.
-// Prints the best time of each step over the repetitions as one JSON object, in seconds.
-//
-// Usage: moxpython_overhead ROWS COLUMNS REPETITIONS (a grid of ROWS x COLUMNS quads, two triangles each).
+// A shared library that overhead.py loads (ctypes) and calls in its own process, so that both languages
+// run with the same allocator state and on the same processor.
+
+#include <time.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <limits>
 #include <vector>
@@ -17,8 +15,6 @@
 #include "meshbuilder.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // The grid of overhead.py: point (i, j) at (j, i, sin(0.05 i) cos(0.03 j)); quad (i, j) as two triangles.
 moxmeshtool::MeshData Grid(int pRows, int pColumns)
@@ -39,26 +35,31 @@ moxmeshtool::MeshData Grid(int pRows, int pColumns)
     return lData;
 }
 
+double ProcessorSeconds()
+{
+    timespec lTime;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &lTime);
+    return static_cast<double>(lTime.tv_sec) + 1e-9 * static_cast<double>(lTime.tv_nsec);
+}
+
 double Seconds(const std::function<void()>& pStep)
 {
-    const auto lStart = Clock::now();
+    const double lStart = ProcessorSeconds();
     pStep();
-    return std::chrono::duration<double>(Clock::now() - lStart).count();
+    return ProcessorSeconds() - lStart;
 }
 
 }  // namespace
 
-int main(int pArgumentCount, char** pArguments)
+// The processor time of each step (from_arrays, build_edges, generate_normals, normals) for a grid of
+// pRows x pColumns quads, two triangles each, into pSeconds[0 .. 3]; the best of pRepetitions.
+extern "C" __attribute__((visibility("default"))) void MoxPythonOverhead(int pRows, int pColumns, int pRepetitions,
+                                                                         double* pSeconds)
 {
-    if (pArgumentCount != 4) {
-        std::fprintf(stderr, "usage: moxpython_overhead ROWS COLUMNS REPETITIONS\n");
-        return 2;
-    }
-    const moxmeshtool::MeshData lData = Grid(std::atoi(pArguments[1]), std::atoi(pArguments[2]));
-    const int lRepetitions = std::max(1, std::atoi(pArguments[3]));
-    double lBest[4];
+    const moxmeshtool::MeshData lData = Grid(pRows, pColumns);
+    double* lBest = pSeconds;
     std::fill(lBest, lBest + 4, std::numeric_limits<double>::infinity());
-    for (int r = 0; r < lRepetitions; ++r) {
+    for (int r = 0; r < pRepetitions; ++r) {
         moxmeshtool::ManagedMesh lMesh;
         std::vector<double> lNormals;
         const double lTimes[4] = {
@@ -74,8 +75,4 @@ int main(int pArgumentCount, char** pArguments)
             })};
         for (int s = 0; s < 4; ++s) lBest[s] = std::min(lBest[s], lTimes[s]);
     }
-    std::printf("{\"from_arrays\": %.6f, \"build_edges\": %.6f, \"generate_normals\": %.6f, \"normals\": %.6f, "
-                "\"triangles\": %zu}\n",
-                lBest[0], lBest[1], lBest[2], lBest[3], lData.PolygonCount());
-    return 0;
 }

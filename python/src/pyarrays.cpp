@@ -41,6 +41,19 @@ void CheckCount(long long pActual, long long pExpected, const std::string& pName
     if (pActual > sgMaxCount) throw py::value_error(pName + ": more than 2147483647 " + pWhat);
 }
 
+// pIndices.size() values of pValues into pIndices; IndexError for the first outside pMin .. pMax.
+template <class T>
+void CopyInRange(const T* pValues, std::vector<int>& pIndices, const std::string& pName, long long pMin, long long pMax)
+{
+    for (size_t i = 0; i < pIndices.size(); ++i) {
+        const long long lValue = pValues[i];
+        if (lValue < pMin || lValue > pMax)
+            throw py::index_error(pName + ": entry " + std::to_string(i) + " is " + std::to_string(lValue) + ", outside " +
+                                  std::to_string(pMin) + " .. " + std::to_string(pMax));
+        pIndices[i] = static_cast<int>(lValue);
+    }
+}
+
 }  // namespace
 
 std::vector<double> ToFiniteRows(py::handle pValues, const std::string& pName, int pColumns, long long pRows)
@@ -78,14 +91,11 @@ std::vector<int> ToIndices(py::handle pValues, const std::string& pName, long lo
     CheckCount(lCount, pCount, pName, "entries");
     std::vector<int> lIndices(static_cast<size_t>(lCount));
     if (lEmpty) return lIndices;
-    auto lData = Converted<long long>(lArray);
-    const long long* lValues = lData.data();
-    for (size_t i = 0; i < lIndices.size(); ++i) {
-        if (lValues[i] < pMin || lValues[i] > pMax)
-            throw py::index_error(pName + ": entry " + std::to_string(i) + " is " + std::to_string(lValues[i]) +
-                                  ", outside " + std::to_string(pMin) + " .. " + std::to_string(pMax));
-        lIndices[i] = static_cast<int>(lValues[i]);
-    }
+    // int32 input, the common case, is read in place; anything else through a 64-bit copy.
+    if (KindOf(lArray) == 'i' && lArray.itemsize() == static_cast<py::ssize_t>(sizeof(int)))
+        CopyInRange(py::array_t<int, py::array::c_style>::ensure(lArray).data(), lIndices, pName, pMin, pMax);
+    else
+        CopyInRange(Converted<long long>(lArray).data(), lIndices, pName, pMin, pMax);
     return lIndices;
 }
 
