@@ -62,17 +62,16 @@ extern "C" __attribute__((visibility("default"))) void MoxPythonOverhead(int pRo
     for (int r = 0; r < pRepetitions; ++r) {
         moxmeshtool::ManagedMesh lMesh;
         std::vector<double> lNormals;
-        const double lTimes[4] = {
-            Seconds([&] { moxmeshtool::BuildMesh(lData, lMesh); }),
-            Seconds([&] { lMesh.Mesh().BuildMeshEdgeArray(); }),
-            Seconds([&] { lMesh.Mesh().GenerateNormals(true, false, false); }),
-            Seconds([&] {
-                moxsdk::MoxArray<moxsdk::MoxVector4> lCorners;
-                lMesh.Mesh().GetPolygonVertexNormals(lCorners);
-                lNormals.resize(3 * static_cast<size_t>(lCorners.GetCount()));
-                for (int i = 0; i < lCorners.GetCount(); ++i)
-                    for (int c = 0; c < 3; ++c) lNormals[3 * static_cast<size_t>(i) + c] = lCorners[i][c];
-            })};
+        const double lTimes[4] = {Seconds([&] { moxmeshtool::BuildMesh(lData, lMesh); }),
+                                  Seconds([&] { lMesh.Mesh().BuildMeshEdgeArray(); }),
+                                  Seconds([&] { lMesh.Mesh().GenerateNormals(true, false, false); }), Seconds([&] {
+                                      moxsdk::MoxArray<moxsdk::MoxVector4> lCorners;
+                                      lMesh.Mesh().GetPolygonVertexNormals(lCorners);
+                                      lNormals.resize(3 * static_cast<size_t>(lCorners.GetCount()));
+                                      for (int i = 0; i < lCorners.GetCount(); ++i)
+                                          for (int c = 0; c < 3; ++c)
+                                              lNormals[3 * static_cast<size_t>(i) + c] = lCorners[i][c];
+                                  })};
         for (int s = 0; s < 4; ++s) lBest[s] = std::min(lBest[s], lTimes[s]);
     }
 }

@@ -30,7 +30,8 @@ char KindOf(const py::array& pArray)
 template <class T>
 py::array_t<T, py::array::c_style> Converted(const py::array& pArray)
 {
-    return py::array_t<T, py::array::c_style>::ensure(pArray.attr("astype")(py::dtype::of<T>(), py::arg("copy") = false));
+    return py::array_t<T, py::array::c_style>::ensure(
+        pArray.attr("astype")(py::dtype::of<T>(), py::arg("copy") = false));
 }
 
 void CheckCount(long long pActual, long long pExpected, const std::string& pName, const char* pWhat)
@@ -48,8 +49,8 @@ void CopyInRange(const T* pValues, std::vector<int>& pIndices, const std::string
     for (size_t i = 0; i < pIndices.size(); ++i) {
         const long long lValue = pValues[i];
         if (lValue < pMin || lValue > pMax)
-            throw py::index_error(pName + ": entry " + std::to_string(i) + " is " + std::to_string(lValue) + ", outside " +
-                                  std::to_string(pMin) + " .. " + std::to_string(pMax));
+            throw py::index_error(pName + ": entry " + std::to_string(i) + " is " + std::to_string(lValue) +
+                                  ", outside " + std::to_string(pMin) + " .. " + std::to_string(pMax));
         pIndices[i] = static_cast<int>(lValue);
     }
 }
@@ -64,7 +65,8 @@ std::vector<double> ToFiniteRows(py::handle pValues, const std::string& pName, i
         throw py::value_error(pName + ": expected shape (n, " + std::to_string(pColumns) + "), got " +
                               py::str(lArray.attr("shape")).cast<std::string>());
     if (!lEmpty && std::strchr("fiu", KindOf(lArray)) == nullptr)
-        throw py::value_error(pName + ": expected real numbers, got dtype " + py::str(lArray.dtype()).cast<std::string>());
+        throw py::value_error(pName + ": expected real numbers, got dtype " +
+                              py::str(lArray.dtype()).cast<std::string>());
     const long long lRows = lEmpty ? 0 : lArray.shape(0);
     CheckCount(lRows, pRows, pName, "rows");
     std::vector<double> lValues(static_cast<size_t>(lRows) * pColumns);
@@ -116,14 +118,16 @@ PolygonArrays ToPolygons(py::handle pPolygons, int pControlPointCount)
         if (lArray.ndim() != 2)
             throw py::value_error("polygons: expected an (m, k) array, got shape " +
                                   py::str(lArray.attr("shape")).cast<std::string>());
-        if (lArray.shape(0) > 0 && lArray.shape(1) < 1) throw py::value_error("polygons: polygons need at least one vertex");
+        if (lArray.shape(0) > 0 && lArray.shape(1) < 1)
+            throw py::value_error("polygons: polygons need at least one vertex");
         lPolygons.mVertices = ToIndices(lArray.attr("reshape")(-1), "polygons", -1, 0, lLast);
         lPolygons.mSizes.assign(static_cast<size_t>(lArray.shape(0)), static_cast<int>(lArray.shape(1)));
         return lPolygons;
     }
     if (!py::isinstance<py::sequence>(pPolygons) || py::isinstance<py::str>(pPolygons))
-        throw py::value_error("polygons: expected an (m, k) integer array, a list of index sequences or a tuple "
-                              "(sizes, indices)");
+        throw py::value_error(
+            "polygons: expected an (m, k) integer array, a list of index sequences or a tuple "
+            "(sizes, indices)");
     size_t lPolygon = 0;
     for (py::handle lItem : py::reinterpret_borrow<py::sequence>(pPolygons)) {
         const std::string lName = "polygons[" + std::to_string(lPolygon++) + "]";

@@ -13,7 +13,8 @@
 namespace moxpython {
 
 // An (N, pColumns) array-like of finite real numbers (pRows >= 0: exactly pRows rows), row after row.
-std::vector<double> ToFiniteRows(pybind11::handle pValues, const std::string& pName, int pColumns, long long pRows = -1);
+std::vector<double> ToFiniteRows(pybind11::handle pValues, const std::string& pName, int pColumns,
+                                 long long pRows = -1);
 
 // A one-dimensional array-like of integers (pCount >= 0: exactly pCount entries), each in pMin .. pMax.
 std::vector<int> ToIndices(pybind11::handle pValues, const std::string& pName, long long pCount, long long pMin,

@@ -86,7 +86,7 @@ std::vector<std::string> Write(PyMesh& pMesh, const py::handle& pPath)
 // The batch plan of moxmesh batch for a directory (str or path) or a list of files: (input, output,
 // up to date) per file.
 std::vector<std::tuple<std::string, std::string, bool>> BatchPlan(const py::object& pInputs, const py::handle& pOutDir,
-                                                                   const std::string& pFormat, bool pResume)
+                                                                  const std::string& pFormat, bool pResume)
 {
     const std::string lOutDir = PathOf(pOutDir);
     const bool lDirectory = py::isinstance<py::str>(pInputs) || py::hasattr(pInputs, "__fspath__");
@@ -95,7 +95,9 @@ std::vector<std::tuple<std::string, std::string, bool>> BatchPlan(const py::obje
         for (py::handle lPath : pInputs) lInputs.push_back(PathOf(lPath));
     const std::string lDirectoryPath = lDirectory ? PathOf(pInputs) : std::string();
     const auto lItems = Released([&] {
-        if (lDirectory) return moxmeshtool::PlanBatch(moxmeshtool::ListMeshFiles(lDirectoryPath), lDirectoryPath, lOutDir, pFormat, pResume);
+        if (lDirectory)
+            return moxmeshtool::PlanBatch(moxmeshtool::ListMeshFiles(lDirectoryPath), lDirectoryPath, lOutDir, pFormat,
+                                          pResume);
         return moxmeshtool::PlanBatch(lInputs, moxmeshtool::CommonDirectory(lInputs), lOutDir, pFormat, pResume);
     });
     std::vector<std::tuple<std::string, std::string, bool>> lPlan;
@@ -114,9 +116,9 @@ void DefineFileFunctions(py::module_& pModule)
     pModule.def("write", &Write, py::arg("mesh"), py::arg("path"),
                 "Writes the mesh as OBJ, glTF or glTF binary (by the extension of `path`) as `moxmesh process` does; "
                 "returns the files written.");
-    pModule.def("process_file", &ProcessFile, py::arg("input"), py::arg("output"), py::arg("normals") = "polygon-vertex",
-                py::arg("smooth_angle") = py::none(), py::arg("tangents") = false, py::arg("split") = false,
-                py::arg("clean") = false,
+    pModule.def("process_file", &ProcessFile, py::arg("input"), py::arg("output"),
+                py::arg("normals") = "polygon-vertex", py::arg("smooth_angle") = py::none(),
+                py::arg("tangents") = false, py::arg("split") = false, py::arg("clean") = false,
                 R"(Runs the steps of `moxmesh process` on one file and returns its report: the dict that
 `moxmesh process --report-json` prints (files with sizes and SHA-256, counts, steps with times and
 results, library reports). normals: 'keep', 'control-point' or 'polygon-vertex'; smooth_angle: None or

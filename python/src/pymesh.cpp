@@ -41,8 +41,9 @@ struct PointsExport {
 void RequireNoPointViews(const PyMesh& pMesh, const char* pOperation)
 {
     if (pMesh.mPointsExport && !pMesh.mPointsExport().is_none())
-        throw py::buffer_error(std::string(pOperation) +
-                               ": numpy views of mesh.points exist and the control points would move; delete them first");
+        throw py::buffer_error(
+            std::string(pOperation) +
+            ": numpy views of mesh.points exist and the control points would move; delete them first");
 }
 
 // pArray sized to pCount values, filled by pFill(values).
@@ -71,7 +72,8 @@ void ForEachUVSet(const MoxMesh& pMesh, VISIT pVisit)
 {
     for (int lLayer = 0; lLayer < pMesh.GetLayerCount(); ++lLayer)
         for (int lType = MoxLayerElement::eTextureChannel0; lType <= MoxLayerElement::eTextureChannel16; ++lType)
-            if (const MoxLayerElementUV* lUVs = pMesh.GetLayer(lLayer)->GetUVs(static_cast<MoxLayerElement::EType>(lType)))
+            if (const MoxLayerElementUV* lUVs =
+                    pMesh.GetLayer(lLayer)->GetUVs(static_cast<MoxLayerElement::EType>(lType)))
                 pVisit(*lUVs, lLayer);
 }
 
@@ -91,7 +93,8 @@ int UVSetLayer(const MoxMesh& pMesh, const py::object& pName)
 
 // A (P, pColumns) array of the element's value at each polygon vertex, read through the per-polygon-vertex
 // lookup; None when a corner has no value (the lookup reports why).
-py::object PerPolygonVertexRows(PyMesh& pMesh, const moxsdk::MoxLayerElementTemplate<MoxVector4>* pElement, int pColumns)
+py::object PerPolygonVertexRows(PyMesh& pMesh, const moxsdk::MoxLayerElementTemplate<MoxVector4>* pElement,
+                                int pColumns)
 {
     auto lRows = DoubleRows(static_cast<size_t>(pMesh.Mesh().GetPolygonVertexCount()), pColumns);
     double* lOut = lRows.mutable_data();
@@ -329,7 +332,8 @@ py::tuple SmoothByAngle(PyMesh& pMesh, double pDegrees)
 bool GenerateTangents(PyMesh& pMesh, const py::object& pUVSet, bool pOverwrite)
 {
     if (pUVSet.is_none())
-        return Walk(pMesh, [pOverwrite](MoxMesh& pMoxMesh) { return pMoxMesh.GenerateTangentsDataForAllUVSets(pOverwrite); });
+        return Walk(pMesh,
+                    [pOverwrite](MoxMesh& pMoxMesh) { return pMoxMesh.GenerateTangentsDataForAllUVSets(pOverwrite); });
     UVSetLayer(Idle(pMesh), pUVSet);
     const std::string lName = pUVSet.cast<std::string>();
     return Walk(pMesh, [&lName, pOverwrite](MoxMesh& pMoxMesh) {
@@ -401,10 +405,12 @@ for wrong shapes, non-finite positions, empty polygons or indices outside 0 .. N
             "int32 control point of each polygon vertex, polygon after polygon (a copy).")
         .def_property_readonly("control_point_count", [](PyMesh& pMesh) { return Idle(pMesh).GetControlPointsCount(); })
         .def_property_readonly("polygon_count", [](PyMesh& pMesh) { return Idle(pMesh).GetPolygonCount(); })
-        .def_property_readonly("polygon_vertex_count", [](PyMesh& pMesh) { return Idle(pMesh).GetPolygonVertexCount(); })
+        .def_property_readonly("polygon_vertex_count",
+                               [](PyMesh& pMesh) { return Idle(pMesh).GetPolygonVertexCount(); })
         .def_property_readonly("edge_count", [](PyMesh& pMesh) { return Idle(pMesh).GetMeshEdgeCount(); })
-        .def_property_readonly("normals", &Normals,
-                               "(P, 3) normal of each polygon vertex whatever the element's mapping; None without normals.")
+        .def_property_readonly(
+            "normals", &Normals,
+            "(P, 3) normal of each polygon vertex whatever the element's mapping; None without normals.")
         .def_property_readonly("uv_set_names", &UVSetNames, "The names of the UV sets, layer after layer.")
         .def("uvs", &UVs, py::arg("name") = py::none(),
              "(P, 2) UV of each polygon vertex ((0, 0) where unmapped) from the named UV set (the first when None); "

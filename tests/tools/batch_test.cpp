@@ -83,7 +83,8 @@ TEST(Batch, ResumeSkipsOutputsMadeFromTheSameInput)
     moxmeshtool::RecordBatchOutput(lDir.Path(), lDir.File("a_obj.obj"),
                                    "3d1d1c0f8b6e1f0c1ad6d4da6bbd2c4d9fe5b4f0dfab98b0c4b7f7cb1e8e6f7a");
     EXPECT_FALSE(moxmeshtool::PlanBatch({lDir.File("a.obj")}, lDir.Path(), lDir.Path(), "obj", true)[0].mUpToDate);
-    moxmeshtool::RecordBatchOutput(lDir.Path(), lDir.File("a_obj.obj"), moxmeshtool::DigestFile(lDir.File("a.obj")).mSha256);
+    moxmeshtool::RecordBatchOutput(lDir.Path(), lDir.File("a_obj.obj"),
+                                   moxmeshtool::DigestFile(lDir.File("a.obj")).mSha256);
     EXPECT_TRUE(moxmeshtool::PlanBatch({lDir.File("a.obj")}, lDir.Path(), lDir.Path(), "obj", true)[0].mUpToDate);
     EXPECT_FALSE(moxmeshtool::PlanBatch({lDir.File("a.obj")}, lDir.Path(), lDir.Path(), "obj", false)[0].mUpToDate);
     std::filesystem::remove(lDir.File("a_obj.obj"));

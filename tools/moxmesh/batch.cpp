@@ -114,7 +114,8 @@ std::string ReadAll(int pFile)
     std::string lText;
     char lBuffer[65536];
     lseek(pFile, 0, SEEK_SET);
-    for (ssize_t lRead; (lRead = read(pFile, lBuffer, sizeof lBuffer)) > 0;) lText.append(lBuffer, static_cast<size_t>(lRead));
+    for (ssize_t lRead; (lRead = read(pFile, lBuffer, sizeof lBuffer)) > 0;)
+        lText.append(lBuffer, static_cast<size_t>(lRead));
     return lText;
 }
 
@@ -219,7 +220,10 @@ public:
     json Summary(size_t pFiles, double pSeconds)
     {
         return {{"summary",
-                 {{"files", pFiles}, {"ok", mCounts["ok"]}, {"failed", mCounts["failed"]}, {"skipped", mCounts["skipped"]},
+                 {{"files", pFiles},
+                  {"ok", mCounts["ok"]},
+                  {"failed", mCounts["failed"]},
+                  {"skipped", mCounts["skipped"]},
                   {"seconds", pSeconds}}}};
     }
 
@@ -299,8 +303,8 @@ std::string CommonDirectory(const std::vector<std::string>& pPaths)
     for (const std::string& lPath : pPaths) {
         const fs::path lDirectory = fs::path(lPath).lexically_normal().parent_path();
         fs::path lShared;
-        for (auto lA = lCommon.begin(), lB = lDirectory.begin(); lA != lCommon.end() && lB != lDirectory.end() && *lA == *lB;
-             ++lA, ++lB)
+        for (auto lA = lCommon.begin(), lB = lDirectory.begin();
+             lA != lCommon.end() && lB != lDirectory.end() && *lA == *lB; ++lA, ++lB)
             lShared /= *lA;
         lCommon = lShared;
     }
@@ -310,7 +314,8 @@ std::string CommonDirectory(const std::vector<std::string>& pPaths)
 std::vector<BatchItem> PlanBatch(const std::vector<std::string>& pInputs, const std::string& pRoot,
                                  const std::string& pOutDir, const std::string& pFormat, bool pResume)
 {
-    const std::map<std::string, std::string> lManifest = pResume ? ReadManifest(pOutDir) : std::map<std::string, std::string>();
+    const std::map<std::string, std::string> lManifest =
+        pResume ? ReadManifest(pOutDir) : std::map<std::string, std::string>();
     std::vector<BatchItem> lItems;
     for (const std::string& lInput : pInputs) {
         BatchItem lItem{lInput, OutputFor(lInput, pRoot, pOutDir, pFormat), false};
@@ -356,7 +361,9 @@ int RunBatch(const BatchOptions& pOptions, std::ostream& pOut)
         while (static_cast<int>(lRunning.size()) >= std::max(1, pOptions.mJobs)) lFinishOne();
         Child lChild = Spawn(lProgram, ProcessArguments(pOptions, lItem), i);
         if (lChild.mPid < 0) {
-            lRun.Emit({{"input", lItem.mInput}, {"output", lItem.mOutput}, {"status", "failed"},
+            lRun.Emit({{"input", lItem.mInput},
+                       {"output", lItem.mOutput},
+                       {"status", "failed"},
                        {"error", "cannot start " + lProgram}});
             close(lChild.mOut);
             close(lChild.mErr);

@@ -109,13 +109,16 @@ CLI::App* AddBatch(CLI::App& pApp, BatchOptions& pOptions, std::string& pNormals
     lBatch->add_option("--from-list", pOptions.mListFile, "Process the files listed in FILE, one path per line")
         ->type_name("FILE")
         ->excludes(lDirectory);
-    lBatch->add_option("-o,--output", pOptions.mOutDir, "The directory of the outputs")->required()->type_name("OUTDIR");
+    lBatch->add_option("-o,--output", pOptions.mOutDir, "The directory of the outputs")
+        ->required()
+        ->type_name("OUTDIR");
     lBatch->add_option("--format", pOptions.mFormat, "The format written")
         ->capture_default_str()
         ->check(CLI::IsMember({"obj", "gltf", "glb"}));
     AddStepOptions(*lBatch, pOptions, pNormals);
-    lBatch->add_option("-j,--jobs", pOptions.mJobs, "Files processed at a time")->capture_default_str()->check(
-        CLI::Range(1, 1024));
+    lBatch->add_option("-j,--jobs", pOptions.mJobs, "Files processed at a time")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1024));
     lBatch->add_option("--timeout", pOptions.mTimeoutSeconds, "Per-file time limit in seconds")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
