@@ -1,5 +1,6 @@
 """process_files on a Dask LocalCluster and in a local pool: failures stay alone, resume does nothing."""
 
+import os
 import shutil
 
 import pytest
@@ -43,9 +44,12 @@ def test_dask_local_cluster_and_resume(tmp_path, models):
             distributed.Client(cluster) as client:
         results = process_files(models, out_dir, client=client, tangents=True)
         check_first_run(results, models, out_dir)
+        written = {path: os.stat(path).st_mtime_ns for path in outputs(results)}
         again = process_files(models, out_dir, client=client, resume=True, tangents=True)
+    # Only the file without an output is tried again (and fails again); nothing is rewritten.
     assert [result["status"] for result in again] == \
         ["failed" if result["input"].endswith("broken.obj") else "skipped" for result in results]
+    assert {path: os.stat(path).st_mtime_ns for path in written} == written
 
     # One local worker writes the same bytes as the cluster's two.
     local = process_files(models, tmp_path / "local", jobs=1, tangents=True)
