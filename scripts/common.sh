@@ -69,3 +69,7 @@ mox_install_gltf_validator()
             "the glTF validator tests will be skipped"
     fi
 }
+
+# The packages of the Python package (scripts/python.sh): pybind11, the headers of Debian's interpreter,
+# numpy, Dask's distributed scheduler for batch runs on a cluster, pytest and venv.
+MOX_PYTHON_PACKAGES=(pybind11-dev python3-dev python3-numpy python3-distributed python3-pytest python3-venv)

@@ -3,8 +3,10 @@
 # test suite twice:
 #   build/relwithdebinfo  RelWithDebInfo, -Wall -Wextra -Werror; also builds the benchmarks (not run)
 #   build/sanitize        AddressSanitizer + UndefinedBehaviorSanitizer, halt on error, leak detection on
-# then runs each libFuzzer target for 60 seconds (scripts/fuzz.sh, clang 14). The Khronos glTF-Validator
-# (npm) is installed into each build tree for the tool's tests; without the npm registry they skip.
+# then the Python package's tests (scripts/python.sh builds build/python and installs .venv; pytest from
+# Debian's python3-pytest), then runs each libFuzzer target for 60 seconds (scripts/fuzz.sh, clang 14).
+# The Khronos glTF-Validator (npm) is installed into each build tree for the tool's tests; without the npm
+# registry they skip.
 # Both include the install test (the library installed and used by an outside CMake project).
 # Exits non-zero on the first failure.
 set -euo pipefail
@@ -26,6 +28,11 @@ for preset in relwithdebinfo sanitize; do
     ctest --preset "$preset"
 done
 
+# The Python package, installed into .venv, and its tests (they also run build/python's moxmesh).
+echo "=== python ==="
+"$MOX_ROOT/scripts/python.sh"
+MOXSDK_BUILD_DIR="$MOX_ROOT/build/python" "$MOX_ROOT/.venv/bin/python" -m pytest -q -p no:cacheprovider "$MOX_ROOT/python/tests"
+
 # Each fuzz target for a minute on its corpus (AddressSanitizer and UndefinedBehaviorSanitizer).
 "$MOX_ROOT/scripts/fuzz.sh" 60
-echo "All tests passed in both builds, and the fuzz targets found nothing."
+echo "All tests passed in both builds and in Python, and the fuzz targets found nothing."

@@ -133,3 +133,15 @@ add_test(NAME moxmesh_gltf_validator_sweep
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/validator/sweep.sh $<TARGET_FILE:moxmesh> ${lModels}
     ${MOXSDK_GLTF_VALIDATOR_DIR} ${CMAKE_CURRENT_BINARY_DIR}/validator-sweep)
 set_tests_properties(moxmesh_gltf_validator_sweep PROPERTIES SKIP_REGULAR_EXPRESSION "SKIPPED:" TIMEOUT 1200)
+
+# batch: every mesh file of the inputs, each in its own process; the broken ones fail alone.
+mox_cli_test(batch_directory STATUS 1 ARGS batch ${lInputs} -o out --jobs 2 --report-json lines.jsonl
+  STDOUT "\"input\":\"[^\"]*quad_tri.obj\",[^\n]*\"status\":\"ok\".*\"summary\":{\"failed\":[1-9][0-9]*,\"files\":[0-9]+,\"ok\":1,"
+  PRESENT out/quad_tri_obj.obj out/.moxmesh-batch.jsonl lines.jsonl)
+file(WRITE ${lInputs}/batch_models.txt "${lModels}/OBJ/spider.obj\n${lModels}/PLY/cube.ply\n${lModels}/STL/Spider_ascii.stl\n")
+mox_cli_test(batch_list_on_models STATUS 0 NEEDS ${lModels}/OBJ/spider.obj
+  ARGS batch --from-list ${lInputs}/batch_models.txt -o out --format glb --tangents
+  STDOUT "\"summary\":{\"failed\":0,\"files\":3,\"ok\":3,\"seconds\":[0-9.e-]+,\"skipped\":0}}"
+  PRESENT out/OBJ/spider_obj.glb out/PLY/cube_ply.glb out/STL/Spider_ascii_stl.glb)
+mox_cli_test(batch_without_inputs STATUS 2 ARGS batch -o out STDERR "batch: give a directory or --from-list FILE")
+mox_cli_test(batch_both_inputs STATUS 2 ARGS batch ${lInputs} --from-list list.txt -o out STDERR "excludes")

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "batch.h"
 #include "commands.h"
 #include "toolerror.h"
 
@@ -56,7 +57,29 @@ CLI::App* AddInfo(CLI::App& pApp, InfoOptions& pOptions)
     return lInfo;
 }
 
-// --normals is read as text (pNormals) and turned into pOptions.mNormals after parsing (NormalsModeOf).
+// The step options of process and batch. --normals is read as text (pNormals) and turned into
+// pOptions.mNormals after parsing (NormalsModeOf).
+void AddStepOptions(CLI::App& pCommand, ProcessOptions& pOptions, std::string& pNormals)
+{
+    pCommand
+        .add_option("--normals", pNormals,
+                    "keep: the file's normals; control-point or polygon-vertex: generate them, one per control "
+                    "point or per polygon vertex")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"keep", "control-point", "polygon-vertex"}))
+        ->type_name("MODE");
+    pCommand
+        .add_option("--smooth-angle", pOptions.mSmoothAngle,
+                    "Mark each edge soft when its polygons' normals are at most DEG degrees apart, hard otherwise "
+                    "(boundary and non-manifold edges hard), and generate normals by polygon vertex from that")
+        ->type_name("DEG")
+        ->check(CLI::Range(0.0, 180.0));
+    pCommand.add_flag("--tangents", pOptions.mTangents, "Generate tangents and binormals for every UV set");
+    pCommand.add_flag("--split", pOptions.mSplit,
+                      "Give every polygon vertex its own control point (one normal and UV per point)");
+    pCommand.add_flag("--clean", pOptions.mClean, "Remove bad polygons first (fewer than 3 points, a point repeated)");
+}
+
 CLI::App* AddProcess(CLI::App& pApp, ProcessOptions& pOptions, std::string& pNormals)
 {
     CLI::App* lProcess = pApp.add_subcommand(
@@ -67,29 +90,45 @@ CLI::App* AddProcess(CLI::App& pApp, ProcessOptions& pOptions, std::string& pNor
     lProcess->add_option("-o,--output", pOptions.mOutput, "The file to write: .obj, .gltf or .glb")
         ->required()
         ->type_name("OUT");
-    lProcess
-        ->add_option("--normals", pNormals,
-                     "keep: the file's normals; control-point or polygon-vertex: generate them, one per control "
-                     "point or per polygon vertex")
-        ->capture_default_str()
-        ->check(CLI::IsMember({"keep", "control-point", "polygon-vertex"}))
-        ->type_name("MODE");
-    lProcess
-        ->add_option("--smooth-angle", pOptions.mSmoothAngle,
-                     "Mark each edge soft when its polygons' normals are at most DEG degrees apart, hard otherwise "
-                     "(boundary and non-manifold edges hard), and generate normals by polygon vertex from that")
-        ->type_name("DEG")
-        ->check(CLI::Range(0.0, 180.0));
-    lProcess->add_flag("--tangents", pOptions.mTangents, "Generate tangents and binormals for every UV set");
-    lProcess->add_flag("--split", pOptions.mSplit,
-                       "Give every polygon vertex its own control point (one normal and UV per point)");
-    lProcess->add_flag("--clean", pOptions.mClean, "Remove bad polygons first (fewer than 3 points, a point repeated)");
+    AddStepOptions(*lProcess, pOptions, pNormals);
     lProcess->add_flag("--report-json", pOptions.mReportJson,
                        "Print the report as one JSON object: files with sizes and SHA-256, counts, steps with "
                        "times, results and library reports");
     AddCommonOptions(*lProcess, pOptions);
     lProcess->footer(sgFooter);
     return lProcess;
+}
+
+CLI::App* AddBatch(CLI::App& pApp, BatchOptions& pOptions, std::string& pNormals)
+{
+    CLI::App* lBatch = pApp.add_subcommand(
+        "batch",
+        "Run process over every mesh file of a directory or a list, each file in its own process, N at a time; "
+        "one JSON line per file, then a summary line");
+    auto* lDirectory = lBatch->add_option("DIR", pOptions.mDirectory, "Process every mesh file under DIR");
+    lBatch->add_option("--from-list", pOptions.mListFile, "Process the files listed in FILE, one path per line")
+        ->type_name("FILE")
+        ->excludes(lDirectory);
+    lBatch->add_option("-o,--output", pOptions.mOutDir, "The directory of the outputs")
+        ->required()
+        ->type_name("OUTDIR");
+    lBatch->add_option("--format", pOptions.mFormat, "The format written")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"obj", "gltf", "glb"}));
+    AddStepOptions(*lBatch, pOptions, pNormals);
+    lBatch->add_option("-j,--jobs", pOptions.mJobs, "Files processed at a time")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1024));
+    lBatch->add_option("--timeout", pOptions.mTimeoutSeconds, "Per-file time limit in seconds")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
+    lBatch->add_flag("--resume", pOptions.mResume,
+                     "Skip files whose output exists and whose recorded input digest still matches");
+    lBatch->add_option("--report-json", pOptions.mReportFile, "Also write the JSON lines to FILE")->type_name("FILE");
+    lBatch->footer(
+        "Exit status: 0 when every file succeeded, 1 when any failed or the inputs cannot be listed, 2 for wrong "
+        "arguments.");
+    return lBatch;
 }
 
 NormalsMode NormalsModeOf(const std::string& pText)
@@ -116,6 +155,18 @@ int Guarded(COMMAND pCommand, const std::string& pContext, std::ostream& pErr)
     return sgExitFailure;
 }
 
+// Runs the batch: exit status 1 when a file failed (its line says why) or the batch could not start.
+int RunBatchCommand(const BatchOptions& pOptions, std::ostream& pOut, std::ostream& pErr)
+{
+    if (pOptions.mDirectory.empty() == pOptions.mListFile.empty()) {
+        pErr << "batch: give a directory or --from-list FILE\nRun with --help for more information." << std::endl;
+        return sgExitUsage;
+    }
+    int lFailed = 0;
+    const int lStatus = Guarded([&] { lFailed = RunBatch(pOptions, pOut); }, pOptions.mOutDir, pErr);
+    return lStatus != sgExitSuccess || lFailed > 0 ? sgExitFailure : sgExitSuccess;
+}
+
 }  // namespace
 
 int RunCommandLine(int pArgumentCount, const char* const* pArguments, std::ostream& pOut, std::ostream& pErr)
@@ -133,6 +184,8 @@ int RunCommandLine(int pArgumentCount, const char* const* pArguments, std::ostre
     CLI::App* lInfo = AddInfo(lApp, lInfoOptions);
     std::string lNormals = "keep";
     CLI::App* lProcess = AddProcess(lApp, lProcessOptions, lNormals);
+    BatchOptions lBatchOptions;
+    CLI::App* lBatch = AddBatch(lApp, lBatchOptions, lNormals);
     try {
         lApp.parse(pArgumentCount, pArguments);
     } catch (const CLI::ParseError& lError) {
@@ -142,13 +195,17 @@ int RunCommandLine(int pArgumentCount, const char* const* pArguments, std::ostre
     if (lDemo->parsed()) return Guarded([&] { RunDemo(lDemoOptions, pOut, pErr); }, "demo", pErr);
     if (lInfo->parsed()) return Guarded([&] { RunInfo(lInfoOptions, pOut, pErr); }, lInfoOptions.mInput, pErr);
     lProcessOptions.mNormals = NormalsModeOf(lNormals);
-    const std::string lConflict = lProcess->parsed() ? FindOptionConflict(lProcessOptions) : std::string();
+    lBatchOptions.mNormals = lProcessOptions.mNormals;
+    const std::string lConflict = lProcess->parsed() ? FindOptionConflict(lProcessOptions)
+                                  : lBatch->parsed() ? FindOptionConflict(lBatchOptions)
+                                                     : std::string();
     if (!lConflict.empty()) {
         pErr << lConflict << "\nRun with --help for more information." << std::endl;
         return sgExitUsage;
     }
     if (lProcess->parsed())
         return Guarded([&] { RunProcess(lProcessOptions, pOut, pErr); }, lProcessOptions.mInput, pErr);
+    if (lBatch->parsed()) return RunBatchCommand(lBatchOptions, pOut, pErr);
     return sgExitUsage;
 }
 

@@ -5,7 +5,9 @@
 namespace moxmeshtool {
 namespace {
 
-LibraryReports* sgActive = nullptr;
+// Per thread: a collector gathers the reports of its own thread only (the Python extension runs library
+// calls on several threads at once).
+thread_local LibraryReports* sgActive = nullptr;
 
 }  // namespace
 
