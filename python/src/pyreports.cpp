@@ -1,7 +1,5 @@
 #include "pyreports.h"
 
-#include <cstdio>
-
 #include "moxsdk/core/moxassert.h"
 
 namespace py = pybind11;
@@ -9,36 +7,15 @@ namespace py = pybind11;
 namespace moxpython {
 namespace {
 
-thread_local ReportCollector* sgCollector = nullptr;
-thread_local std::vector<LibraryReport>* sgReports = nullptr;
 PyObject* sgMeshWarning = nullptr;
-
-void Collect(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber, const char* pMessage)
-{
-    if (!sgReports) {
-        std::fprintf(stderr, "%s(%u): %s: %s\n", pFileName ? pFileName : "", pLineNumber,
-                     pFunctionName ? pFunctionName : "", pMessage ? pMessage : "");
-        return;
-    }
-    sgReports->push_back(
-        {pFileName ? pFileName : "", pFunctionName ? pFunctionName : "", pLineNumber, pMessage ? pMessage : ""});
-}
 
 }  // namespace
 
-ReportCollector::ReportCollector() : mPrevious(sgCollector)
+void ReportCollector::OnReport(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
+                               const char* pMessage)
 {
-    sgCollector = this;
-    sgReports = &mReports;
-    // Installed on every call: the tool's own collector (used while processing a file) restores the
-    // library's default procedure when it is done.
-    moxsdk::MoxAssertSetProc(&Collect);
-}
-
-ReportCollector::~ReportCollector()
-{
-    sgCollector = mPrevious;
-    sgReports = mPrevious ? &mPrevious->mReports : nullptr;
+    mReports.push_back(
+        {pFileName ? pFileName : "", pFunctionName ? pFunctionName : "", pLineNumber, pMessage ? pMessage : ""});
 }
 
 void ReportCollector::Emit()

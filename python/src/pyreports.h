@@ -1,15 +1,17 @@
 #pragma once
 // The library's reports (_MoxAssert) as Python warnings of class moxsdk.MeshWarning.
 //
-// The report procedure is process-wide, but reports are gathered per thread: a ReportCollector made on a
-// thread receives the reports that thread's library calls make while it lives (the GIL released or not);
-// reports made on a thread without one go to stderr as the library's default procedure writes them. Once
-// the GIL is held again, Emit turns the gathered reports into warnings, in the order they were made.
+// Reports are gathered per thread: a ReportCollector made on a thread receives the reports that thread's
+// library calls make while it lives (the GIL released or not); reports made on a thread without one go to
+// the installed report procedure (by default to stderr). Once the GIL is held again, Emit turns the
+// gathered reports into warnings, in the order they were made.
 
 #include <string>
 #include <vector>
 
 #include <pybind11/pybind11.h>
+
+#include "moxsdk/core/moxassert.h"
 
 namespace moxpython {
 
@@ -20,12 +22,10 @@ struct LibraryReport {
     std::string mMessage;
 };
 
-class ReportCollector {
+class ReportCollector : public moxsdk::MoxAssertCapture {
 public:
-    ReportCollector();
-    ~ReportCollector();
-    ReportCollector(const ReportCollector&) = delete;
-    ReportCollector& operator=(const ReportCollector&) = delete;
+    void OnReport(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
+                  const char* pMessage) override;
 
     // Issues one MeshWarning per gathered report (the GIL must be held) and forgets them. Throws
     // pybind11::error_already_set when a warning filter turns a warning into an exception.
@@ -33,7 +33,6 @@ public:
 
 private:
     std::vector<LibraryReport> mReports;
-    ReportCollector* mPrevious;
 };
 
 // Defines moxsdk.MeshWarning (a UserWarning with the attributes file, function, line and message) in pModule.

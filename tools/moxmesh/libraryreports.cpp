@@ -3,13 +3,6 @@
 #include "moxsdk/core/moxassert.h"
 
 namespace moxmeshtool {
-namespace {
-
-// Per thread: a collector gathers the reports of its own thread only (the Python extension runs library
-// calls on several threads at once).
-thread_local LibraryReports* sgActive = nullptr;
-
-}  // namespace
 
 std::string DescribeReport(const ReportCount& pReport)
 {
@@ -29,32 +22,19 @@ void AddReportCount(const ReportCount& pReport, std::vector<ReportCount>& pCount
     pCounts.push_back(pReport);
 }
 
-LibraryReports::LibraryReports() : mPrevious(sgActive)
-{
-    sgActive = this;
-    moxsdk::MoxAssertSetProc(&LibraryReports::Collect);
-}
-
-LibraryReports::~LibraryReports()
-{
-    sgActive = mPrevious;
-    moxsdk::MoxAssertSetProc(sgActive ? &LibraryReports::Collect : nullptr);
-}
-
 void LibraryReports::Mark()
 {
     mCount = 0;
     mDistinct.clear();
 }
 
-void LibraryReports::Collect(const char* pFileName, const char* pFunctionName, unsigned int /*pLineNumber*/,
-                             const char* pMessage)
+void LibraryReports::OnReport(const char* pFileName, const char* pFunctionName, unsigned int /*pLineNumber*/,
+                              const char* pMessage)
 {
-    if (!sgActive) return;
-    ++sgActive->mCount;
+    ++mCount;
     AddReportCount(
         ReportCount{pFileName ? pFileName : "", pFunctionName ? pFunctionName : "", pMessage ? pMessage : "", 1},
-        sgActive->mDistinct);
+        mDistinct);
 }
 
 }  // namespace moxmeshtool

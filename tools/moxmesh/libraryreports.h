@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "moxsdk/core/moxassert.h"
+
 namespace moxmeshtool {
 
 // One distinct report (file, function and message) and how many times it was made.
@@ -25,14 +27,12 @@ std::string DescribeReport(const ReportCount& pReport);
 // Adds pReport's count to the entry of pCounts with the same file, function and message, or appends it.
 void AddReportCount(const ReportCount& pReport, std::vector<ReportCount>& pCounts);
 
-class LibraryReports {
+// Collects the reports made on its thread while it lives (the innermost collector of a thread takes them);
+// the host's report procedure stays in place for other threads and after it.
+class LibraryReports : public moxsdk::MoxAssertCapture {
 public:
-    // Starts collecting (one collector at a time; the last one made is active).
-    LibraryReports();
-    // Stops collecting: the library's default procedure is back.
-    ~LibraryReports();
-    LibraryReports(const LibraryReports&) = delete;
-    LibraryReports& operator=(const LibraryReports&) = delete;
+    void OnReport(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
+                  const char* pMessage) override;
 
     // Starts a new count (e.g. at the start of a step).
     void Mark();
@@ -41,12 +41,8 @@ public:
     const std::vector<ReportCount>& DistinctSinceMark() const { return mDistinct; }
 
 private:
-    static void Collect(const char* pFileName, const char* pFunctionName, unsigned int pLineNumber,
-                        const char* pMessage);
-
     long mCount = 0;
     std::vector<ReportCount> mDistinct;
-    LibraryReports* mPrevious;
 };
 
 }  // namespace moxmeshtool
