@@ -1,7 +1,9 @@
 #include "edgesmoothing.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <random>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -107,6 +109,50 @@ TEST(EdgeSmoothing, FoldIsSoftUpToItsAngle)
     // Edge 1 is the shared side 1-2; every other edge is a boundary.
     EXPECT_EQ(ClassifyEdges(lMap, 7, lNormals, 39.99), std::vector<int>(7, 0));
     EXPECT_EQ(ClassifyEdges(lMap, 7, lNormals, 40.01), (std::vector<int>{0, 1, 0, 0, 0, 0, 0}));
+}
+
+// The decision is the angle's, atan2 in degrees within the threshold plus 1e-9, however it is reached:
+// pairs of normals at the threshold, a hair off it and far from it, of unit length or not quite, for
+// thresholds inside and outside 0 .. 180.
+TEST(EdgeSmoothing, DecisionIsTheAnglesNearAndFarFromTheThreshold)
+{
+    std::mt19937 lRandom(11);
+    std::uniform_real_distribution<double> lUnit(-1.0, 1.0);
+    const auto lRandomUnit = [&] {
+        MoxVector4 lV(lUnit(lRandom), lUnit(lRandom), lUnit(lRandom), 0.0);
+        lV.Normalize();
+        return lV;
+    };
+    const double lPi = 3.14159265358979323846;
+    for (double lThreshold : {-1.0, 0.0, 1e-7, 0.5, 30.0, 45.0, 89.99, 90.0, 135.0, 179.9, 180.0, 200.0}) {
+        std::vector<MoxVector4> lNormals;
+        MoxMesh::ComponentMap lMap;
+        lMap.mOffsets.Add(0);
+        for (int i = 0; i < 4000; ++i) {
+            const MoxVector4 lA = lRandomUnit();
+            MoxVector4 lAxis = lA.CrossProduct(lRandomUnit());
+            lAxis.Normalize();
+            const double lOffsets[] = {0.0, 1e-12, -1e-12, 1e-9, -1e-9, 1e-7, -1e-7, 1e-4, -1e-4, 3.0, -3.0};
+            const double lDegrees = std::min(180.0, std::max(0.0, lThreshold + lOffsets[i % 11]));
+            const double lAngle = lDegrees * lPi / 180.0;
+            MoxVector4 lB = lA * std::cos(lAngle) + lAxis.CrossProduct(lA) * std::sin(lAngle);
+            lB.Normalize();
+            // Some pairs a little off unit length, as normals of other origins may be.
+            if (i % 7 == 3) lB = lB * (1.0 + 1e-9);
+            lNormals.push_back(lA);
+            lNormals.push_back(lB);
+            lMap.mData.Add(2 * i);
+            lMap.mData.Add(2 * i + 1);
+            lMap.mOffsets.Add(2 * i + 2);
+        }
+        const std::vector<int> lValues = ClassifyEdges(lMap, 4000, lNormals, lThreshold);
+        for (int i = 0; i < 4000; ++i) {
+            const MoxVector4& lA = lNormals[2 * i];
+            const MoxVector4& lB = lNormals[2 * i + 1];
+            const double lAngle = std::atan2(lA.CrossProduct(lB).Length(), lA.DotProduct(lB)) * 180.0 / lPi;
+            ASSERT_EQ(lValues[i], lAngle <= lThreshold + 1e-9 ? 1 : 0) << lThreshold << " " << i;
+        }
+    }
 }
 
 TEST(EdgeSmoothing, NonManifoldAndRepeatedEdgesAreHard)

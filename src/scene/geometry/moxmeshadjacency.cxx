@@ -5,7 +5,9 @@
 // BeginAddMeshEdgeIndex builds; for a control point of high valence only the corners next to the edge's
 // end are visited (MoxMesh::NextV2PVCorner), so a fan's apex costs O(log valence) per edge. Directed
 // edges met before are recognised by their 64-bit keys, kept in a MoxPairSet grouped by first control
-// point.
+// point. Without a caller's map, a mesh of plain polygons (HasPlainPolygons) skips the map, whose edge
+// set this operation never reads, for CornerTable: the corners of each control point with their polygon and
+// both neighbours, from one counting sort, so that an edge reads one run of memory.
 //
 // Decisions where the behaviour is otherwise open:
 // - A skipped edge leaves its end offset in the edge-to-polygons map at 0, as sizing the array leaves it.
@@ -108,6 +110,8 @@ DirectedPair MakeDirectedPair(int pControlPointCount, int pV1, int pV2)
 {
     const int64_t n = pControlPointCount;
     const int64_t lKey = (n + pV1) * n + pV2;
+    // A second member inside 0 .. n - 1 is its own: the division would give (pV1, pV2) back.
+    if (pV2 >= 0 && pV2 < n) return DirectedPair{static_cast<uint64_t>(lKey), pV1, pV2};
     if (n <= 0) return DirectedPair{static_cast<uint64_t>(lKey), -1, 0};
     const int64_t lQuotient = lKey / n - (lKey % n < 0 ? 1 : 0);
     return DirectedPair{static_cast<uint64_t>(lKey), lQuotient - n, static_cast<int>(lKey - lQuotient * n)};
@@ -124,6 +128,143 @@ void CountDirectedPairs(const MoxMesh& pMesh, const int* pNext, MoxPairSet& pPai
         if (EdgeEnds(pMesh, pNext, e, &detail::MoxPeekVertex, lV1, lV2) == eEdgeOk)
             pPairs.Count(MakeDirectedPair(lControlPointCount, lV1, lV2).mFirst);
     pPairs.EndCounting();
+}
+
+// True when BeginAddMeshEdgeIndex would build its map without a report: well-formed topology (every
+// polygon vertex a control point, runs back to back) and no empty polygon (whose first vertex the edge
+// vertex lookup reads). Such a mesh can skip the map for CornerTable.
+bool HasPlainPolygons(const MoxMesh& pMesh)
+{
+    if (!pMesh.HasWellFormedTopology()) return false;
+    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
+        if (lPolygon.mSize < 1) return false;
+    return true;
+}
+
+// The corners of every control point in polygon order, each with its polygon and the control points after
+// and before it (the last before the first), for a mesh of plain polygons (HasPlainPolygons): what the
+// walk over mV2PVMap visits, as one counting sort, without the map's edge set. The corners of a control
+// point of high valence are also sorted by neighbour, so that a fan's apex costs O(log valence) per edge.
+class CornerTable {
+public:
+    // Built when pBuild is set; else nothing is allocated.
+    CornerTable(const MoxMesh& pMesh, bool pBuild);
+    // False when the memory could not be had: nothing is built then.
+    bool IsValid() const { return mOffsets.Get() && mCorners.Get() && mByNeighbour.Get(); }
+
+    // Calls pVisit(polygon) for every corner of pStart, in order, with pEnd after or before it, until
+    // pVisit returns false.
+    template <class VISIT>
+    void ForEachPolygon(int pStart, int pEnd, VISIT pVisit) const;
+
+private:
+    struct Corner {
+        int mPolygon;
+        int mNext;
+        int mPrevious;
+    };
+    // A corner of rank pRank under neighbour pNeighbour, as a number that sorts by neighbour, then rank.
+    static uint64_t NeighbourKey(int pNeighbour, int pRank)
+    {
+        return (uint64_t(static_cast<uint32_t>(pNeighbour) ^ 0x80000000u) << 32) | static_cast<uint32_t>(pRank);
+    }
+    // Counts the corners of each control point into pCounts (shifted by one, for the prefix sum); returns
+    // the room the neighbour keys need: two per polygon vertex when a control point has high valence.
+    static int64_t CountCorners(const MoxMesh& pMesh, int* pCounts);
+    void PlaceCorners(const MoxMesh& pMesh);
+    void SortHighValence();
+
+    int mControlPointCount;
+    MoxScratch<int> mOffsets;
+    int64_t mKeyCount;
+    MoxScratch<Corner> mCorners;
+    // Two keys per corner of a control point of high valence (its next control point, and its previous
+    // unless that is the next) at twice the corner's position, sorted per control point.
+    MoxScratch<uint64_t> mByNeighbour;
+};
+
+CornerTable::CornerTable(const MoxMesh& pMesh, bool pBuild)
+    : mControlPointCount(pMesh.GetControlPointsCount()),
+      mOffsets(pBuild ? int64_t(mControlPointCount) + 1 : -1),
+      mKeyCount(mOffsets.Get() ? CountCorners(pMesh, mOffsets.Get()) : -1),
+      mCorners(pBuild ? pMesh.GetPolygonVertexCount() : -1),
+      mByNeighbour(mKeyCount)
+{
+    if (!IsValid()) return;
+    PlaceCorners(pMesh);
+    if (mKeyCount > 0) SortHighValence();
+}
+
+int64_t CornerTable::CountCorners(const MoxMesh& pMesh, int* pCounts)
+{
+    const int lControlPointCount = pMesh.GetControlPointsCount();
+    const int lVertexCount = pMesh.GetPolygonVertexCount();
+    const int* lVertices = pMesh.mPolygonVertices.GetArray();
+    std::fill(pCounts, pCounts + lControlPointCount + 1, 0);
+    for (int v = 0; v < lVertexCount; ++v) ++pCounts[lVertices[v] + 1];
+    for (int c = 1; c <= lControlPointCount; ++c)
+        if (pCounts[c] > detail::kHighValence) return 2 * int64_t(lVertexCount);
+    return 0;
+}
+
+// Prefix sum, then placement in polygon order: each control point's offset serves as its next free slot
+// and ends at its end, so a shift by one puts the starts back.
+void CornerTable::PlaceCorners(const MoxMesh& pMesh)
+{
+    int* lOffsets = mOffsets.Get();
+    for (int c = 0; c < mControlPointCount; ++c) lOffsets[c + 1] += lOffsets[c];
+    const int* lVertices = pMesh.mPolygonVertices.GetArray();
+    const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
+    Corner* lCorners = mCorners.Get();
+    for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
+        const int* lFirst = lVertices + lPolygons[p].mIndex;
+        const int lSize = lPolygons[p].mSize;
+        for (int i = 0; i < lSize; ++i) {
+            const int lNext = lFirst[i + 1 == lSize ? 0 : i + 1];
+            const int lPrevious = lFirst[i == 0 ? lSize - 1 : i - 1];
+            lCorners[lOffsets[lFirst[i]]++] = Corner{p, lNext, lPrevious};
+        }
+    }
+    for (int c = mControlPointCount; c > 0; --c) lOffsets[c] = lOffsets[c - 1];
+    lOffsets[0] = 0;
+}
+
+void CornerTable::SortHighValence()
+{
+    const int* lOffsets = mOffsets.Get();
+    const Corner* lCorners = mCorners.Get();
+    for (int c = 0; c < mControlPointCount; ++c) {
+        const int lCount = lOffsets[c + 1] - lOffsets[c];
+        if (lCount <= detail::kHighValence) continue;
+        uint64_t* lKeys = mByNeighbour.Get() + 2 * int64_t(lOffsets[c]);
+        for (int k = 0; k < lCount; ++k) {
+            const Corner& lCorner = lCorners[lOffsets[c] + k];
+            lKeys[2 * k] = NeighbourKey(lCorner.mNext, k);
+            // -1 names no control point, so it never matches.
+            lKeys[2 * k + 1] = NeighbourKey(lCorner.mPrevious == lCorner.mNext ? -1 : lCorner.mPrevious, k);
+        }
+        std::sort(lKeys, lKeys + 2 * int64_t(lCount));
+    }
+}
+
+template <class VISIT>
+void CornerTable::ForEachPolygon(int pStart, int pEnd, VISIT pVisit) const
+{
+    const int lBegin = mOffsets[pStart];
+    const int lCount = mOffsets[pStart + 1] - lBegin;
+    const Corner* lCorners = mCorners.Get() + lBegin;
+    if (lCount <= detail::kHighValence) {
+        for (int k = 0; k < lCount; ++k)
+            if (lCorners[k].mNext == pEnd || lCorners[k].mPrevious == pEnd)
+                if (!pVisit(lCorners[k].mPolygon)) return;
+        return;
+    }
+    const uint64_t* lKeys = mByNeighbour.Get() + 2 * int64_t(lBegin);
+    const uint64_t* lEnd = lKeys + 2 * int64_t(lCount);
+    const uint64_t lFirst = NeighbourKey(pEnd, 0);
+    for (const uint64_t* lKey = std::lower_bound(lKeys, lEnd, lFirst); lKey != lEnd && (*lKey >> 32) == (lFirst >> 32);
+         ++lKey)
+        if (!pVisit(lCorners[static_cast<uint32_t>(*lKey)].mPolygon)) return;
 }
 
 }  // namespace
@@ -151,8 +292,13 @@ int MoxMesh::ComponentMap::GetValue(int pSource, int pIndex) const
 // as they are (the pass costs as much), so that edits made since, recorded or not, are seen.
 void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& pPolygonToEdges)
 {
+    // Without a caller's map, plain polygons are walked in a table of their own: the map would bring no
+    // report, and of its effects only the end of the edge vertex lookup stays once it is ended.
+    const bool lOwnTable = !mV2PVMap.mValid && HasPlainPolygons(*this);
     if (mV2PVMap.mValid)
         RebuildV2PVNeighbours();
+    else if (lOwnTable)
+        EndGetMeshEdgeVertices();
     else
         BeginAddMeshEdgeIndex();
     SizePolygonToEdges(*this, pPolygonToEdges);
@@ -165,7 +311,11 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
     const int lPolygonCount = mPolygons.GetCount();
     MoxScratch<int> lNext(lVertexCount);
     MoxScratch<int> lFill(lPolygonCount);
-    const char* lMissing = !lNext.Get() ? "lNextCorner" : !lFill.Get() ? "lPolygonFill" : nullptr;
+    const CornerTable lCorners(*this, lOwnTable);
+    const char* lMissing = !lNext.Get()                       ? "lNextCorner"
+                           : !lFill.Get()                     ? "lPolygonFill"
+                           : lOwnTable && !lCorners.IsValid() ? "lCornerTable"
+                                                              : nullptr;
     if (lMissing || pEdgeToPolygons.mOffsets.GetCount() != lEdgeCount + 1) {
         if (lMissing) MOX_REPORT(sgFile, lMissing);
         pEdgeToPolygons.Clear();
@@ -200,14 +350,22 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
             break;
         }
         if (lNew == MoxInt64Set::ePresent) continue;
-        for (int c = NextV2PVCorner(lV1, lV2, 0); c != -1; c = NextV2PVCorner(lV1, lV2, c + 1)) {
-            const MoxPair<int, int> lCorner = MoxMapCorner(*this, lV1, c);
-            if (!CornerHasEdge(*this, lCorner, lV1, lV2)) continue;
+        // The polygons with the edge at a corner of its start, in the order of the start's corners.
+        const auto lAdd = [&](int pPolygon) {
             MoxArray<int>& lPolygons = pEdgeToPolygons.mData;
-            if (k >= lPolygons.GetCount() && !lPolygons.Grow(std::max(lPolygons.GetCount(), 1))) break;
-            lPolygons.GetArray()[k++] = lCorner.mFirst;
-            if (lCorner.mFirst < 0 || lCorner.mFirst >= lPolygonCount) continue;
-            pPolygonToEdges.mData[pPolygonToEdges.mOffsets[lCorner.mFirst] + lFill[lCorner.mFirst]++] = i;
+            if (k >= lPolygons.GetCount() && !lPolygons.Grow(std::max(lPolygons.GetCount(), 1))) return false;
+            lPolygons.GetArray()[k++] = pPolygon;
+            if (pPolygon >= 0 && pPolygon < lPolygonCount)
+                pPolygonToEdges.mData[pPolygonToEdges.mOffsets[pPolygon] + lFill[pPolygon]++] = i;
+            return true;
+        };
+        if (lOwnTable) {
+            lCorners.ForEachPolygon(lV1, lV2, lAdd);
+        } else {
+            for (int c = NextV2PVCorner(lV1, lV2, 0); c != -1; c = NextV2PVCorner(lV1, lV2, c + 1)) {
+                const MoxPair<int, int> lCorner = MoxMapCorner(*this, lV1, c);
+                if (CornerHasEdge(*this, lCorner, lV1, lV2) && !lAdd(lCorner.mFirst)) break;
+            }
         }
         lEdgeOffsets[i + 1] = k;
     }

@@ -66,15 +66,13 @@
 namespace moxsdk {
 namespace {
 
+using detail::kHighValence;
 using detail::MoxMapCorner;
 using detail::MoxPeekVertex;
 using detail::MoxPolygonPosition;
 using detail::MoxReadVertex;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
-
-// Control points with more corners than this get a neighbour index in mV2PVNeighbours.
-constexpr int kHighValence = 32;
 
 // First position of each value in an edge array: a direct table for the values that are polygon vertices
 // of the mesh, and a sorted list of (value, position) for any other value. Find answers what the array's

@@ -2,6 +2,7 @@
 // fan), against incidence counted by brute force and against the plain per-edge corner walk.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -392,6 +393,50 @@ TEST(MoxMeshComponentMaps, MatchThePlainWalkOnRandomMeshes)
         ASSERT_EQ(lOutOfRange, lExpected.mSkippedOutOfRange) << lSeed;
         ASSERT_EQ(lStart, lExpected.mSkippedStart) << lSeed;
         ASSERT_FALSE(lMesh->mV2PVMap.mValid);
+    }
+}
+
+// Without a caller's map, meshes of plain polygons (well-formed, none empty: polygons of one and two
+// vertices, repeated control points, fans whose apex has 30 to 70 corners, random meshes over few control
+// points) give the plain walk's maps and reports (only the array's, where a polygon listed on more edges
+// than it has sides writes past its list), and end a caller's edge vertex lookup.
+TEST(MoxMeshComponentMaps, PlainPolygonsWithoutCallersMapMatchThePlainWalk)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = lScope.NewMesh();
+    for (unsigned int lSeed = 0; lSeed < 300; ++lSeed) {
+        MoxMesh::ComponentMap lEdgeToPolygons;
+        MoxMesh::ComponentMap lPolygonToEdges;
+        std::mt19937 lRandom(lSeed);
+        if (lSeed % 3 == 0) {
+            moxtest::MakeBusyFan(*lMesh, lRandom, 30 + static_cast<int>(lSeed % 41), 75);
+        } else if (lSeed % 3 == 1) {
+            moxtest::RandomMeshOptions lOptions;
+            lOptions.mDegenerate = false;
+            lOptions.mMinPoints = 3;
+            lOptions.mMaxPoints = lSeed % 2 == 0 ? 6 : 40;
+            lOptions.mMinPolygons = 1;
+            lOptions.mMaxPolygons = 80;
+            moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
+        } else {
+            std::vector<std::vector<int>> lPolygons = {{0}, {0, 1}, {0, 1, 0, 2}, {1, 1, 2}, {2, 0}};
+            std::uniform_int_distribution<int> lPoint(0, 4);
+            for (int i = 0; i < 40; ++i) lPolygons.push_back({0, lPoint(lRandom), lPoint(lRandom)});
+            std::shuffle(lPolygons.begin(), lPolygons.end(), lRandom);
+            moxtest::BuildMesh(*lMesh, Points(5), lPolygons);
+        }
+        lMesh->BuildMeshEdgeArray();
+        ASSERT_TRUE(lMesh->HasWellFormedTopology()) << lSeed;
+        lMesh->BeginGetMeshEdgeVertices();
+        moxtest::ReportCapture lCapture;
+        const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh);
+        const std::vector<std::string> lExpectedReports = lCapture.Messages();
+        lCapture.Clear();
+        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        ASSERT_NO_FATAL_FAILURE(ExpectOracleMaps(lExpected, lEdgeToPolygons, lPolygonToEdges)) << lSeed;
+        ASSERT_EQ(lCapture.Messages(), lExpectedReports) << lSeed;
+        ASSERT_FALSE(lMesh->mV2PVMap.mValid);
+        ASSERT_FALSE(lMesh->mEdgeLookup.mValid);
     }
 }
 
