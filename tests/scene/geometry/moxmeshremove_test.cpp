@@ -1011,6 +1011,33 @@ TEST(MoxMeshRemoveOracle, RemovePolygonMatchesTheLiteralSearchOnRandomMeshes)
     }
 }
 
+// Well-formed meshes (no invalid index, every element sized for its mapping) stay well-formed through
+// every removal, down to no polygon at all.
+TEST(MoxMeshRemoveOracle, WellFormedMeshesStayWellFormed)
+{
+    for (uint32_t lSeed = 1; lSeed <= 100; ++lSeed) {
+        SCOPED_TRACE("seed " + std::to_string(lSeed));
+        moxtest::ManagerScope lScope;
+        MoxMesh* lMesh = lScope.NewMesh();
+        std::mt19937 lRandom(lSeed);
+        moxtest::RandomMeshOptions lOptions;
+        lOptions.mMinPoints = 3;
+        lOptions.mDegenerate = lSeed % 2 == 0;
+        moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
+        lMesh->BuildMeshEdgeArray();
+        lMesh->GenerateNormals(true, lSeed % 3 == 0, false);
+        lMesh->InitMaterialIndices(lSeed % 4 == 0 ? MoxLayerElement::eByPolygon : MoxLayerElement::eByMesh);
+        ASSERT_TRUE(lMesh->IsWellFormed());
+        moxtest::ReportCapture lQuiet;
+        if (lSeed % 5 == 0) lMesh->RemoveBadPolygons();
+        EXPECT_TRUE(lMesh->IsWellFormed());
+        while (lMesh->GetPolygonCount() > 0) {
+            lMesh->RemovePolygon(std::uniform_int_distribution<int>(0, lMesh->GetPolygonCount() - 1)(lRandom));
+            ASSERT_TRUE(lMesh->IsWellFormed()) << lMesh->GetPolygonCount() << " polygons left";
+        }
+    }
+}
+
 TEST(MoxMeshRemoveOracle, BadPolygonsMatchTheAllPairsCheckOnRandomMeshes)
 {
     for (uint32_t lSeed = 1; lSeed <= 300; ++lSeed) {
