@@ -1,4 +1,4 @@
-#include "scene/geometry/moxtangentbasis.h"
+#include "scene/geometry/detail/moxtangentbasis.h"
 
 #include <cmath>
 
