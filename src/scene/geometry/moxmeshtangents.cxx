@@ -147,6 +147,8 @@ public:
         mPolygons = pMesh.mPolygons.GetArray();
         mVertices = pMesh.mPolygonVertices.GetArray();
         mVertexCount = pMesh.mPolygonVertices.GetCount();
+        mPoints = pMesh.GetControlPoints();
+        mPointCount = pMesh.GetControlPointsCount();
         mNormals.Bind(pMesh.GetElementNormal(0));
         mUVIndices.Bind(pUVSet);
         mUVValues.Bind(pMesh.GetElementUV(mUVSetName));
@@ -160,7 +162,8 @@ public:
         const int lControlPoint =
             lVertex >= 0 && lVertex < mVertexCount ? mVertices[lVertex] : mMesh.GetPolygonVertex(pPolygon, pPosition);
         if (lControlPoint < 0) return false;
-        pInput.mPositions[pSlot] = mMesh.GetControlPointAt(lControlPoint);
+        // GetControlPointAt's value: the point, or zero past the control points.
+        pInput.mPositions[pSlot] = lControlPoint < mPointCount ? mPoints[lControlPoint] : MoxVector4();
         pInput.mNormalIndices[pSlot] = ReadNormal(pPolygon, pPosition, lVertex, pInput.mNormals[pSlot]);
         if (!TryLookupIndex(mUVIndices, pPolygon, lVertex, mVertices, mVertexCount, mUVIndex))
             mMesh.GetPolygonVertexLayerElementIndex(mUVIndices.GetElement(), pPolygon, pPosition, mUVIndex);
@@ -214,6 +217,8 @@ private:
     const MoxMesh::PolygonDef* mPolygons = nullptr;
     const int* mVertices = nullptr;
     int mVertexCount = 0;
+    const MoxVector4* mPoints = nullptr;
+    int mPointCount = 0;
     MoxLayerElementReader<MoxVector4> mNormals;
     MoxLayerElementReader<MoxVector2> mUVIndices;
     MoxLayerElementReader<MoxVector2> mUVValues;
@@ -512,13 +517,15 @@ struct WeldKey {
     MoxVector4 mNormal;
     int mUVIndex;
     bool mMirrored;  // tangent w of -1.0
+    bool mFinite;    // every normal component finite
 };
 
-// True when the record of pB welds to the earlier record of pA.
+// True when the record of pB welds to the earlier record of pA. Equal finite normals agree within any
+// tolerance, which spares the component differences in the common case of smooth corners.
 bool Welds(const WeldKey& pA, const WeldKey& pB, bool pIgnoreHandedness)
 {
     return pA.mUVIndex == pB.mUVIndex && (pIgnoreHandedness || pA.mMirrored == pB.mMirrored) &&
-           MoxEqual(pA.mNormal, pB.mNormal, sgWeldTolerance);
+           ((pA.mFinite && pA.mNormal == pB.mNormal) || MoxEqual(pA.mNormal, pB.mNormal, sgWeldTolerance));
 }
 
 // Group of list entry j: the group of its latest earlier weld partner, or j itself. Direct scan.
@@ -756,6 +763,8 @@ private:
             WeldKey& lKey = mKeys[j];
             lKey.mMirrored = pFrames.TakeInputs(pSlots[j], lNormalIndex, lKey.mUVIndex);
             lKey.mNormal = pReader.NormalAt(lNormalIndex);
+            lKey.mFinite = std::isfinite(lKey.mNormal[0]) && std::isfinite(lKey.mNormal[1]) &&
+                           std::isfinite(lKey.mNormal[2]) && std::isfinite(lKey.mNormal[3]);
         }
     }
 
