@@ -78,12 +78,14 @@
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/detail/moxtangentbasis.h"
 
 namespace moxsdk {
 namespace {
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 constexpr const char* sgWorker = "GenerateTangentsData";
 // Corners of one control point weld when their normals agree within this, in all four components.
 constexpr double sgWeldTolerance = 1e-06;
@@ -455,7 +457,7 @@ bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordL
         int lSlots[3];
         for (int j = 0; j < 3; ++j, ++k) {
             if (!pReader.Read(p, j, lInput, j)) {
-                ReportFromWorker(__LINE__, "pv >= 0");
+                ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                 return false;
             }
             lSlots[j] = pLists.Add(k, pReader.ControlPointAt(k));
@@ -482,7 +484,7 @@ bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists&
             TriangleInput lInput;
             for (int c = 0; c < 3; ++c) {
                 if (!pReader.Read(p, lPositions[c], lInput, c)) {
-                    ReportFromWorker(__LINE__, "pv >= 0");
+                    ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                     return false;
                 }
             }
@@ -811,7 +813,7 @@ bool CollectAndWeldPlain(const MoxMesh& pMesh, CornerReader& pReader, bool pTria
     } else if (lWorking.Get()) {
         lFrames.UseWorking(lWorking.Get(), lSlots);
     } else {
-        ReportFromWorker(__LINE__, "lData");
+        ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
     if (!CollectRecords(pMesh, pReader, pTriangles, pLists, lFrames)) return false;
@@ -825,12 +827,12 @@ bool ReserveRawArrays(const MoxMesh& pMesh)
 {
     const MoxScratch<MoxVector4> lRawTangents(pMesh.GetPolygonVertexCount());
     if (!lRawTangents.Get()) {
-        ReportFromWorker(__LINE__, "lTangents");
+        ReportFromWorker(__LINE__, sgNoTangentMemory.mText);
         return false;
     }
     const MoxScratch<MoxVector4> lRawBinormals(pMesh.GetPolygonVertexCount());
     if (!lRawBinormals.Get()) {
-        ReportFromWorker(__LINE__, "lBinormals");
+        ReportFromWorker(__LINE__, sgNoBinormalMemory.mText);
         return false;
     }
     return true;
@@ -853,7 +855,7 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
     const bool lPlain = lPlan.mPlain && GetLayer(pUVSetLayerIndex) != nullptr;
     RecordLists lLists(lPlain, lPlan.mCapacity, GetControlPointsCount());
     if (lPlan.mCapacity < 0 || !lLists.IsAllocated()) {
-        ReportFromWorker(__LINE__, "lData");
+        ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
     CornerReader lReader(*this, pUVSet);
@@ -863,7 +865,7 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
         lLists.GroupPolygonVertices(mPolygonVertices.GetArray());
     } else {
         if (!lWorkingFrames.Get()) {
-            ReportFromWorker(__LINE__, "lData");
+            ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
             return false;
         }
         lFrames.UseWorking(lWorkingFrames.Get(), lLists.GetSlotCount());
@@ -872,7 +874,7 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
     }
     Weld lWeld(lLists.GetLongest(), pIgnoreHandedness);
     if (!lWeld.IsAllocated()) {
-        ReportFromWorker(__LINE__, "lData");
+        ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
 
