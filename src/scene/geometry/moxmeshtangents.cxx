@@ -63,8 +63,9 @@
 // Cost: the plan, the pass and the lists (count, prefix sum, place) are linear in the corners. The weld
 // scans short lists directly; a list longer than sgPlainWeldLimit goes through a grid of normal cells
 // keyed also by UV index and handedness (WeldGrid), so that a control point shared by n corners costs
-// O(n) rather than the O(n^2) of comparing all pairs. Working memory grows by 4 bytes per corner with
-// plain records whose output is reused, up to 84 bytes per corner otherwise.
+// O(n) rather than the O(n^2) of comparing all pairs. Working memory that grows with the mesh: 4 bytes per
+// corner and 4 per control point with plain records whose frames live in the output, 76 bytes per corner
+// otherwise (the raw arrays are address space only).
 
 #include <climits>
 #include <cmath>
