@@ -35,29 +35,52 @@
 // - The per-polygon-vertex raw tangent and binormal arrays are allocated (their shortage fails the call
 //   as "lTangents" / "lBinormals") but never written: what they would hold (the triangle pass's frames
 //   on their way to the records, the fan pass's running averages) never reaches the result.
-// - All working memory (records, lists, the weld grid) is had before any layer changes; a shortage after
-//   the raw arrays reports "lData".
+// - All working memory (lists, frames, the weld's keys and grid) is had before any layer changes; a
+//   shortage after the raw arrays reports "lData". One exception: when the output element could not be
+//   made or sized (memory ran out there, and its own report says so), the frames that were to live in it
+//   go to working arrays allocated then, and their shortage reports "lData" after the layer changed.
 // - A UV set name of null compares as the empty string. A layer index without a layer gives a null UV set
 //   (false) in GenerateTangentsData(int, ...).
 // - More than INT_MAX corners cannot be recorded: "lData" is reported and false returned.
 //
-// Cost: the fan pass is linear in the corners, and so are the per-control-point lists (count, prefix sum,
-// fill). The weld scans short lists directly; a list longer than sgPlainWeldLimit goes through a grid of
-// normal cells keyed also by UV index and handedness (WeldGrid), so that a control point shared by n
-// corners costs O(n) rather than the O(n^2) of comparing all pairs.
+// Layout of the work (the results are those of the rules above, bit for bit):
+// - A plan walks the corners first, reading only the polygon arrays. When every corner the pass reads and
+//   every polygon vertex a record goes to lie inside mPolygonVertices, no corner is negative and no fan
+//   polygon has fewer than 3 vertices (every well-formed mesh), the pass cannot fail and the records are
+//   the polygon vertices 0 .. n - 1 themselves: they are grouped by control point before the pass, and
+//   a record's slot is its polygon vertex ("plain" records). Otherwise the pass notes each record's
+//   polygon vertex and control point, its slot is its number, and the lists are grouped after the pass.
+// - A record's frame lives in a tangent and a binormal slot. With plain records whose output element
+//   covers every polygon vertex, the slots are the output's own values (the weld then finishes the sums
+//   in place); otherwise they are working arrays. The weld's other inputs ride in the w components until
+//   the weld reads them: the tangent's w is +-(normal index + 2), the binormal's w the UV index (both exact
+//   in a double); the weld puts back +-1.0 and 0.0 before summing. A record keeps its normal as the index
+//   of its value in the normal element's direct array (-1: the zero normal), which the weld reads back.
+// - A tangent or binormal element that already has the output's shape (its name, one direct value per
+//   polygon vertex) is written over in place when plain records cover every polygon vertex: re-running
+//   the generation neither frees nor zero-fills it.
+//
+// Cost: the plan, the pass and the lists (count, prefix sum, place) are linear in the corners. The weld
+// scans short lists directly; a list longer than sgPlainWeldLimit goes through a grid of normal cells
+// keyed also by UV index and handedness (WeldGrid), so that a control point shared by n corners costs
+// O(n) rather than the O(n^2) of comparing all pairs. Working memory that grows with the mesh: 4 bytes per
+// corner and 4 per control point with plain records whose frames live in the output, 76 bytes per corner
+// otherwise (the raw arrays are address space only).
 
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <new>
 
+#include "core/base/moxcountingsort.h"
+#include "core/base/moxscratch.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
-#include "moxsdk/core/moxmemory.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "scene/geometry/detail/moxmeshreports.h"
-#include "scene/geometry/moxtangentbasis.h"
+#include "scene/geometry/detail/moxtangentbasis.h"
 
 namespace moxsdk {
 namespace {
@@ -75,145 +98,6 @@ void ReportFromWorker(unsigned int pLine, const char* pMessage)
     _MoxAssert(sgFile, sgWorker, pLine, pMessage);
 }
 
-// ---- Records ------------------------------------------------------------------------------------------
-
-// One corner during the weld; copied by value (the implicit copy constructor and assignment).
-class PerVtxData {
-public:
-    // Not pending; the five ids are -1 (all-one bytes); the vectors are zero.
-    PerVtxData() : mPending(false), mGroup(-1), mPolygon(-1), mPolygonVertex(-1), mUVIndex(-1), mControlPoint(-1) {}
-    PerVtxData(int pGroup, int pPolygon, int pPolygonVertex, int pUVIndex, int pControlPoint, const MoxVector4& pNormal,
-               const MoxVector4& pTangent, const MoxVector4& pBinormal)
-        : mPending(true),
-          mGroup(pGroup),
-          mPolygon(pPolygon),
-          mPolygonVertex(pPolygonVertex),
-          mUVIndex(pUVIndex),
-          mControlPoint(pControlPoint),
-          mNormal(pNormal),
-          mTangent(pTangent),
-          mBinormal(pBinormal)
-    {}
-
-    void Set(int pGroup, int pPolygon, int pPolygonVertex, int pUVIndex, int pControlPoint, const MoxVector4& pNormal,
-             const MoxVector4& pTangent, const MoxVector4& pBinormal)
-    {
-        *this = PerVtxData(pGroup, pPolygon, pPolygonVertex, pUVIndex, pControlPoint, pNormal, pTangent, pBinormal);
-    }
-    void SetIds(int pGroup, int pPolygon, int pPolygonVertex, int pUVIndex, int pControlPoint)
-    {
-        mPending = true;
-        mGroup = pGroup;
-        mPolygon = pPolygon;
-        mPolygonVertex = pPolygonVertex;
-        mUVIndex = pUVIndex;
-        mControlPoint = pControlPoint;
-    }
-    void SetVectors(const MoxVector4& pNormal, const MoxVector4& pTangent, const MoxVector4& pBinormal)
-    {
-        mNormal = pNormal;
-        mTangent = pTangent;
-        mBinormal = pBinormal;
-    }
-
-    bool mPending;       // not yet merged into an earlier record's group sums
-    int mGroup;          // weld group: the index (in the record store) of the group's first record
-    int mPolygon;        // polygon of the corner
-    int mPolygonVertex;  // where the result is written
-    int mUVIndex;        // index of the corner's UV value in the UV set
-    int mControlPoint;   // the list the record belongs to
-    MoxVector4 mNormal;
-    MoxVector4 mTangent;  // w = +1.0 or -1.0
-    MoxVector4 mBinormal;
-};
-
-// True when record pB welds to the earlier record pA.
-bool Welds(const PerVtxData& pA, const PerVtxData& pB, bool pIgnoreHandedness)
-{
-    return pA.mUVIndex == pB.mUVIndex && (pIgnoreHandedness || pA.mTangent[3] == pB.mTangent[3]) &&
-           MoxEqual(pA.mNormal, pB.mNormal, sgWeldTolerance);
-}
-
-// pCount values from MoxMalloc, freed with the holder. The values are raw storage: callers write them
-// (trivially copyable types, or placement new) before reading them.
-template <class T>
-class ScratchBlock {
-public:
-    ScratchBlock() = default;
-    ~ScratchBlock() { MoxFree(mData); }
-    ScratchBlock(const ScratchBlock&) = delete;
-    ScratchBlock& operator=(const ScratchBlock&) = delete;
-    ScratchBlock(ScratchBlock&&) = delete;
-    ScratchBlock& operator=(ScratchBlock&&) = delete;
-
-    bool Allocate(int64_t pCount)
-    {
-        MoxFree(mData);
-        mData = static_cast<T*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(pCount > 0 ? pCount : 1), sizeof(T))));
-        return mData != nullptr;
-    }
-    T* Get() const { return mData; }
-
-private:
-    T* mData = nullptr;
-};
-
-// The records of the fan pass, in the order in which they were made (only those whose control point
-// exists), and for each control point the list of its records in that order: control point c's records
-// are mOrder[mOffsets[c] .. mOffsets[c + 1]). The lists are built by count (while recording), prefix sum
-// and fill, from a compact copy of each record's control point.
-class RecordStore {
-public:
-    bool Allocate(int64_t pCapacity, int pControlPointCount)
-    {
-        if (!mRecords.Allocate(pCapacity) || !mLists.Allocate(int64_t(pControlPointCount) + 1 + 2 * pCapacity))
-            return false;
-        mControlPointCount = pControlPointCount;
-        mOffsets = mLists.Get();
-        mOrder = mOffsets + pControlPointCount + 1;
-        mControlPoints = mOrder + pCapacity;
-        std::memset(mOffsets, 0, (size_t(pControlPointCount) + 1) * sizeof(int));
-        return true;
-    }
-
-    void Add(const PerVtxData& pRecord)
-    {
-        const int lControlPoint = pRecord.mControlPoint;
-        if (lControlPoint < 0 || lControlPoint >= mControlPointCount) return;
-        new (mRecords.Get() + mCount) PerVtxData(pRecord);
-        mControlPoints[mCount++] = lControlPoint;
-        ++mOffsets[lControlPoint + 1];
-    }
-
-    void BuildLists()
-    {
-        for (int c = 0; c < mControlPointCount; ++c) {
-            mOffsets[c + 1] += mOffsets[c];
-            if (mOffsets[c + 1] - mOffsets[c] > mLongest) mLongest = mOffsets[c + 1] - mOffsets[c];
-        }
-        // Each control point's cursor starts at its offset and ends at the next one's; then shift back.
-        for (int r = 0; r < mCount; ++r) mOrder[mOffsets[mControlPoints[r]]++] = r;
-        for (int c = mControlPointCount; c > 0; --c) mOffsets[c] = mOffsets[c - 1];
-        mOffsets[0] = 0;
-    }
-
-    PerVtxData* GetRecords() const { return mRecords.Get(); }
-    int GetControlPointCount() const { return mControlPointCount; }
-    int GetLongest() const { return mLongest; }
-    const int* GetList(int pControlPoint) const { return mOrder + mOffsets[pControlPoint]; }
-    int GetCount(int pControlPoint) const { return mOffsets[pControlPoint + 1] - mOffsets[pControlPoint]; }
-
-private:
-    ScratchBlock<PerVtxData> mRecords;
-    ScratchBlock<int> mLists;
-    int* mOffsets = nullptr;
-    int* mOrder = nullptr;
-    int* mControlPoints = nullptr;
-    int mControlPointCount = 0;
-    int mCount = 0;
-    int mLongest = 0;
-};
-
 // Polygon-vertex indices of the fan pass run on in 64 bits; a record keeps INT_MAX for anything larger
 // (which no array reaches).
 int ClampToInt(int64_t pValue)
@@ -223,66 +107,39 @@ int ClampToInt(int64_t pValue)
 
 // ---- Reading corners ----------------------------------------------------------------------------------
 
-// One element's arrays and modes, bound once for the whole pass.
+// The direct-array index of an element's value for the corner at pPolygonVertex (polygon start +
+// position) of polygon pPolygon, when the index lookup gives it there without a report; false sends the
+// caller to the checked lookup. The index may still be -1 or outside the direct array.
 template <class T>
-class ElementView {
-public:
-    void Bind(const MoxLayerElementTemplate<T>* pElement)
-    {
-        mElement = pElement;
-        if (!pElement) return;
-        mMapping = pElement->GetMappingMode();
-        mReference = pElement->GetReferenceMode();
-        mDirect = static_cast<const T*>(pElement->mDirectArray->GetReference(0, MoxTypeCodeOf<T>::value));
-        mDirectCount = mDirect ? pElement->mDirectArray->GetCount() : 0;
-        mIndices = static_cast<const int*>(pElement->mIndexArray->GetReference(0, eMoxInt));
-        mIndexCount = mIndices ? pElement->mIndexArray->GetCount() : 0;
-    }
-
-    // The element's direct-array index for position pPolygonVertex (polygon start + position) of polygon
-    // pPolygon, when the index lookup succeeds there without a report; false sends the caller to the
-    // checked lookup. The index may still be -1 or outside the direct array.
-    bool TryIndex(int pPolygon, int64_t pPolygonVertex, const int* pVertices, int pVertexCount, int& pIndex) const
-    {
-        int64_t lComponent = 0;
-        switch (mMapping) {
-            case MoxLayerElement::eByPolygonVertex:
-                lComponent = pPolygonVertex;
-                break;
-            case MoxLayerElement::eByPolygon:
-                lComponent = pPolygon;
-                break;
-            case MoxLayerElement::eByControlPoint:
-                if (pPolygonVertex < 0 || pPolygonVertex >= pVertexCount) return false;
-                lComponent = pVertices[pPolygonVertex];
-                break;
-            default:
-                return false;
-        }
-        if (mReference != MoxLayerElement::eDirect) {
-            if (lComponent < 0 || lComponent >= mIndexCount) return false;
-            lComponent = mIndices[lComponent];
-        }
-        if (lComponent < INT_MIN || lComponent > INT_MAX) return false;
+bool TryLookupIndex(const MoxLayerElementReader<T>& pElement, int pPolygon, int64_t pPolygonVertex,
+                    const int* pVertices, int pVertexCount, int& pIndex)
+{
+    // The lookup maps these three only; it reports the others, and a control point it cannot read.
+    const MoxLayerElement::EMappingMode lMapping = pElement.GetMappingMode();
+    if (lMapping != MoxLayerElement::eByPolygonVertex && lMapping != MoxLayerElement::eByPolygon &&
+        lMapping != MoxLayerElement::eByControlPoint)
+        return false;
+    const bool lVertexInside = pPolygonVertex >= 0 && pPolygonVertex < pVertexCount;
+    if (lMapping == MoxLayerElement::eByControlPoint && !lVertexInside) return false;
+    const int lControlPoint = lVertexInside ? pVertices[pPolygonVertex] : -1;
+    const int64_t lComponent = pElement.Component(pPolygon, pPolygonVertex, lControlPoint);
+    // A negative direct component is an index the caller checks against the direct array.
+    if (lComponent < 0 && pElement.GetReferenceMode() == MoxLayerElement::eDirect) {
+        if (lComponent < INT_MIN) return false;
         pIndex = static_cast<int>(lComponent);
         return true;
     }
+    return pElement.TryIndex(lComponent, pIndex);
+}
 
-    const MoxLayerElementTemplate<T>* mElement = nullptr;
-    MoxLayerElement::EMappingMode mMapping = MoxLayerElement::eNone;
-    MoxLayerElement::EReferenceMode mReference = MoxLayerElement::eDirect;
-    const T* mDirect = nullptr;
-    int mDirectCount = 0;
-    const int* mIndices = nullptr;
-    int mIndexCount = 0;
-};
-
-// The three corners of one triangle, as ComputeTangentsForTriangle takes them.
+// The three corners of one triangle, as ComputeTangentsForTriangle takes them, with what the weld
+// compares: each corner's UV index and the direct-array index of its normal (-1: the zero normal).
 struct TriangleInput {
     MoxVector4 mPositions[3];
     MoxVector4 mNormals[3];
     MoxVector2 mUVs[3];
     int mUVIndices[3];
+    int mNormalIndices[3];
 };
 
 // Reads corners: control point, position, normal, UV index and UV, in that order, as the lookups give them.
@@ -293,6 +150,8 @@ public:
         mPolygons = pMesh.mPolygons.GetArray();
         mVertices = pMesh.mPolygonVertices.GetArray();
         mVertexCount = pMesh.mPolygonVertices.GetCount();
+        mPoints = pMesh.GetControlPoints();
+        mPointCount = pMesh.GetControlPointsCount();
         mNormals.Bind(pMesh.GetElementNormal(0));
         mUVIndices.Bind(pUVSet);
         mUVValues.Bind(pMesh.GetElementUV(mUVSetName));
@@ -306,10 +165,11 @@ public:
         const int lControlPoint =
             lVertex >= 0 && lVertex < mVertexCount ? mVertices[lVertex] : mMesh.GetPolygonVertex(pPolygon, pPosition);
         if (lControlPoint < 0) return false;
-        pInput.mPositions[pSlot] = mMesh.GetControlPointAt(lControlPoint);
-        ReadNormal(pPolygon, pPosition, lVertex, pInput.mNormals[pSlot]);
-        if (!mUVIndices.TryIndex(pPolygon, lVertex, mVertices, mVertexCount, mUVIndex))
-            mMesh.GetPolygonVertexLayerElementIndex(mUVIndices.mElement, pPolygon, pPosition, mUVIndex);
+        // GetControlPointAt's value: the point, or zero past the control points.
+        pInput.mPositions[pSlot] = lControlPoint < mPointCount ? mPoints[lControlPoint] : MoxVector4();
+        pInput.mNormalIndices[pSlot] = ReadNormal(pPolygon, pPosition, lVertex, pInput.mNormals[pSlot]);
+        if (!TryLookupIndex(mUVIndices, pPolygon, lVertex, mVertices, mVertexCount, mUVIndex))
+            mMesh.GetPolygonVertexLayerElementIndex(mUVIndices.GetElement(), pPolygon, pPosition, mUVIndex);
         pInput.mUVIndices[pSlot] = mUVIndex;
         ReadUV(pPolygon, pPosition, lVertex, pInput.mUVs[pSlot]);
         return true;
@@ -322,30 +182,33 @@ public:
         return pIndex < mVertexCount ? mVertices[pIndex] : mMesh.mPolygonVertices[ClampToInt(pIndex)];
     }
 
+    // The normal at direct-array index pIndex as Read gave it (-1: the zero normal).
+    MoxVector4 NormalAt(int pIndex) const { return pIndex < 0 ? MoxVector4() : mNormals.GetDirect()[pIndex]; }
+
 private:
-    void ReadNormal(int pPolygon, int pPosition, int64_t pVertex, MoxVector4& pNormal) const
+    // The corner's normal into pNormal; returns its direct-array index, -1 for the zero normal. The checked
+    // lookup fails wherever the fast one does; should it ever succeed, it did so without a report, and so
+    // does asking it for the index.
+    int ReadNormal(int pPolygon, int pPosition, int64_t pVertex, MoxVector4& pNormal) const
     {
         pNormal = MoxVector4();
         int lIndex = -1;
-        if (mNormals.TryIndex(pPolygon, pVertex, mVertices, mVertexCount, lIndex) && lIndex >= 0 &&
-            lIndex < mNormals.mDirectCount)
-            pNormal = mNormals.mDirect[lIndex];
-        else
-            mMesh.GetPolygonVertexNormal(pPolygon, pPosition, pNormal);
+        if (TryLookupIndex(mNormals, pPolygon, pVertex, mVertices, mVertexCount, lIndex) &&
+            mNormals.Value(lIndex, pNormal))
+            return lIndex;
+        if (!mMesh.GetPolygonVertexNormal(pPolygon, pPosition, pNormal)) return -1;
+        mMesh.GetPolygonVertexLayerElementIndex(mNormals.GetElement(), pPolygon, pPosition, lIndex);
+        return lIndex;
     }
 
     void ReadUV(int pPolygon, int pPosition, int64_t pVertex, MoxVector2& pUV) const
     {
         pUV = MoxVector2();
         // Without a UV set of that name the lookup fails without a report.
-        if (!mUVValues.mElement) return;
+        if (!mUVValues.IsPresent()) return;
         int lIndex = -1;
-        if (mUVValues.TryIndex(pPolygon, pVertex, mVertices, mVertexCount, lIndex)) {
-            if (lIndex == -1) return;
-            if (lIndex >= 0 && lIndex < mUVValues.mDirectCount) {
-                pUV = mUVValues.mDirect[lIndex];
-                return;
-            }
+        if (TryLookupIndex(mUVValues, pPolygon, pVertex, mVertices, mVertexCount, lIndex)) {
+            if (lIndex == -1 || mUVValues.Value(lIndex, pUV)) return;
         }
         bool lUnmapped = false;
         mMesh.GetPolygonVertexUV(pPolygon, pPosition, mUVSetName, pUV, lUnmapped);
@@ -357,52 +220,262 @@ private:
     const MoxMesh::PolygonDef* mPolygons = nullptr;
     const int* mVertices = nullptr;
     int mVertexCount = 0;
-    ElementView<MoxVector4> mNormals;
-    ElementView<MoxVector2> mUVIndices;
-    ElementView<MoxVector2> mUVValues;
+    const MoxVector4* mPoints = nullptr;
+    int mPointCount = 0;
+    MoxLayerElementReader<MoxVector4> mNormals;
+    MoxLayerElementReader<MoxVector2> mUVIndices;
+    MoxLayerElementReader<MoxVector2> mUVValues;
     int mUVIndex = -1;  // running: the index lookup sets it for every corner
+};
+
+// ---- Plan and lists -----------------------------------------------------------------------------------
+
+// What the pass will meet, from the polygon arrays alone.
+struct CornerPlan {
+    int64_t mCapacity = 0;  // records the pass can make; -1 when that passes INT_MAX
+    bool mPlain = true;     // the records are the polygon vertices 0 .. mCapacity - 1 (see the file comment)
+};
+
+// Walks the corners as the pass will: every polygon as one triangle (pTriangles) or as a fan, the running
+// index moving by the polygon's size, by 2 for fewer than 2 vertices.
+CornerPlan PlanCorners(const MoxMesh& pMesh, bool pTriangles)
+{
+    CornerPlan lPlan;
+    const int* lVertices = pMesh.mPolygonVertices.GetArray();
+    const int64_t lVertexCount = pMesh.mPolygonVertices.GetCount();
+    int64_t k = 0;
+    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons) {
+        const int n = pTriangles ? 3 : (lPolygon.mSize > 0 ? lPolygon.mSize : 0);
+        if (n < 3) {
+            lPlan.mPlain = false;
+            k += 2;
+            continue;
+        }
+        lPlan.mCapacity += n;
+        for (int i = 0; i < n && lPlan.mPlain; ++i) {
+            const int64_t lVertex = int64_t(lPolygon.mIndex) + i;
+            lPlan.mPlain = lVertex >= 0 && lVertex < lVertexCount && lVertices[lVertex] >= 0 && k + i < lVertexCount;
+        }
+        k += n;
+    }
+    if (lPlan.mCapacity > INT_MAX) lPlan.mCapacity = -1;
+    return lPlan;
+}
+
+// The records of the pass grouped by control point: control point c's records are the slots
+// GetList(c)[0 .. GetCount(c)), in the order in which the pass makes them (counting sort by control point).
+// Plain records are the polygon vertices, grouped before the pass; other records are numbered as the pass
+// makes them, with their polygon vertex and control point noted, and grouped after it.
+class RecordLists {
+public:
+    RecordLists(bool pPlain, int64_t pCapacity, int pControlPointCount)
+        : mBlock(int64_t(pControlPointCount) + 1 + (pPlain ? 1 : 3) * pCapacity),
+          mPlain(pPlain),
+          mCapacity(static_cast<int>(pCapacity)),
+          mControlPointCount(pControlPointCount)
+    {
+        mOffsets = mBlock.Get();
+        if (!mOffsets) return;
+        mSlots = mOffsets + pControlPointCount + 1;
+        mPolygonVertices = mSlots + pCapacity;
+        mControlPoints = mPolygonVertices + pCapacity;
+    }
+
+    bool IsAllocated() const { return mBlock.Get() != nullptr; }
+    bool IsPlain() const { return mPlain; }
+
+    // Plain records: polygon vertices 0 .. capacity - 1 grouped by the control point each holds.
+    void GroupPolygonVertices(const int* pVertices)
+    {
+        mPlaced = detail::MoxGroupByKey(pVertices, mCapacity, mControlPointCount, mOffsets, mSlots);
+    }
+
+    // The slot of the record at running polygon-vertex index pPolygonVertex, whose control point is
+    // pControlPoint; -1, no record, for a control point outside the mesh's.
+    int Add(int64_t pPolygonVertex, int pControlPoint)
+    {
+        if (!detail::MoxIsGroupKey(pControlPoint, mControlPointCount)) return -1;
+        if (mPlain) return static_cast<int>(pPolygonVertex);
+        mPolygonVertices[mCount] = ClampToInt(pPolygonVertex);
+        mControlPoints[mCount] = pControlPoint;
+        return mCount++;
+    }
+
+    // Other records: grouped once the pass has made them.
+    void GroupRecords()
+    {
+        mPlaced = detail::MoxGroupByKey(mControlPoints, mCount, mControlPointCount, mOffsets, mSlots);
+    }
+
+    // Records in the lists.
+    int GetPlaced() const { return mPlaced; }
+    int GetLongest() const
+    {
+        int lLongest = 0;
+        for (int c = 0; c < mControlPointCount; ++c)
+            if (GetCount(c) > lLongest) lLongest = GetCount(c);
+        return lLongest;
+    }
+    int GetControlPointCount() const { return mControlPointCount; }
+    const int* GetList(int pControlPoint) const { return mSlots + mOffsets[pControlPoint]; }
+    int GetCount(int pControlPoint) const { return mOffsets[pControlPoint + 1] - mOffsets[pControlPoint]; }
+    // Slots 0 .. GetSlotCount() - 1 can hold a record.
+    int GetSlotCount() const { return mCapacity; }
+    // Where the record in pSlot is written.
+    int PolygonVertexOf(int pSlot) const { return mPlain ? pSlot : mPolygonVertices[pSlot]; }
+
+private:
+    MoxScratch<int> mBlock;
+    bool mPlain;
+    int mCapacity;
+    int mControlPointCount;
+    int* mOffsets = nullptr;
+    int* mSlots = nullptr;
+    int* mPolygonVertices = nullptr;  // other records only
+    int* mControlPoints = nullptr;    // other records only
+    int mCount = 0;
+    int mPlaced = 0;
+};
+
+// ---- Frames and output --------------------------------------------------------------------------------
+
+// The locked tangent and binormal arrays of the target layer; either may be missing.
+struct FrameOutput {
+    MoxLayerElementArrayTemplate<MoxVector4>* mTangentArray = nullptr;
+    MoxLayerElementArrayTemplate<MoxVector4>* mBinormalArray = nullptr;
+    MoxVector4* mTangents = nullptr;
+    MoxVector4* mBinormals = nullptr;
+    int mTangentCount = 0;
+    int mBinormalCount = 0;
+
+    void Lock()
+    {
+        if (mTangentArray) {
+            mTangents = mTangentArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
+            mTangentCount = mTangents ? mTangentArray->GetCount() : 0;
+        }
+        if (mBinormalArray) {
+            mBinormals = mBinormalArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
+            mBinormalCount = mBinormals ? mBinormalArray->GetCount() : 0;
+        }
+    }
+    void Release()
+    {
+        if (mTangents) mTangentArray->Release(&mTangents);
+        if (mBinormals) mBinormalArray->Release(&mBinormals);
+    }
+    // Both arrays hold at least pCount values.
+    bool Covers(int pCount) const { return mTangentCount >= pCount && mBinormalCount >= pCount; }
+    void Write(int pPolygonVertex, const MoxVector4& pTangent, const MoxVector4& pBinormal) const
+    {
+        if (pPolygonVertex < mTangentCount) mTangents[pPolygonVertex] = pTangent;
+        if (pPolygonVertex < mBinormalCount) mBinormals[pPolygonVertex] = pBinormal;
+    }
+};
+
+// True when pElement already is what InitTangents / InitBinormals would leave of it for pCount values named
+// pName, so that only its values need writing.
+bool HasOutputShape(const MoxLayerElementTemplate<MoxVector4>* pElement, int pCount, const char* pName)
+{
+    return pElement && pElement->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
+           pElement->GetReferenceMode() == MoxLayerElement::eDirect && pElement->mIndexArray->GetCount() == 0 &&
+           pElement->mDirectArray->GetCount() == pCount && std::strcmp(pElement->GetName(), pName) == 0;
+}
+
+// The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
+// With pReuse, an element already of that shape keeps its values (the caller overwrites every one).
+FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pReuse)
+{
+    FrameOutput lOutput;
+    const MoxLayer* lLayer = pMesh.GetLayer(pLayer);
+    const int lCount = pMesh.GetPolygonVertexCount();
+    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetTangents(), lCount, pName)))
+        pMesh.InitTangents(lCount, pLayer, pName);
+    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
+    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetBinormals(), lCount, pName)))
+        pMesh.InitBinormals(lCount, pLayer, pName);
+    pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
+    lOutput.Lock();
+    return lOutput;
+}
+
+// Where the pass leaves each record's frame: a tangent and a binormal per slot, either working arrays or
+// the output's own arrays. The weld's inputs ride in the w components (see the file comment).
+class FrameSlots {
+public:
+    // Frames in pBlock, room for pSlotCount tangents and as many binormals.
+    void UseWorking(MoxVector4* pBlock, int pSlotCount)
+    {
+        mTangents = pBlock;
+        mBinormals = pBlock + pSlotCount;
+    }
+    // Frames in the output's arrays, written in place by the weld.
+    void UseOutput(const FrameOutput& pOutput)
+    {
+        mTangents = pOutput.mTangents;
+        mBinormals = pOutput.mBinormals;
+    }
+
+    // The frame of a new record, with its normal's direct-array index and its UV index.
+    void Store(int pSlot, const MoxVector4& pTangent, const MoxVector4& pBinormal, int pNormalIndex, int pUVIndex) const
+    {
+        mTangents[pSlot] = pTangent;
+        mTangents[pSlot][3] = pTangent[3] * (pNormalIndex + 2.0);
+        mBinormals[pSlot] = pBinormal;
+        mBinormals[pSlot][3] = pUVIndex;
+    }
+
+    // Takes back what Store put in the w components: the tangent's w becomes +-1.0 again (returned: true
+    // when mirrored), the binormal's 0.0.
+    bool TakeInputs(int pSlot, int& pNormalIndex, int& pUVIndex) const
+    {
+        double& lTangentW = mTangents[pSlot][3];
+        const bool lMirrored = lTangentW < 0.0;
+        pNormalIndex = static_cast<int>(std::fabs(lTangentW)) - 2;
+        lTangentW = lMirrored ? -1.0 : 1.0;
+        pUVIndex = static_cast<int>(mBinormals[pSlot][3]);
+        mBinormals[pSlot][3] = 0.0;
+        return lMirrored;
+    }
+
+    MoxVector4& Tangent(int pSlot) const { return mTangents[pSlot]; }
+    MoxVector4& Binormal(int pSlot) const { return mBinormals[pSlot]; }
+
+private:
+    MoxVector4* mTangents = nullptr;
+    MoxVector4* mBinormals = nullptr;
 };
 
 // ---- The fan pass -------------------------------------------------------------------------------------
 
-// Number of records the pass can make, or -1 when that passes INT_MAX.
-int64_t CountCorners(const MoxMesh& pMesh, bool pTriangles)
-{
-    int64_t lCount = 0;
-    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
-        if (pTriangles || lPolygon.mSize >= 3) lCount += pTriangles ? 3 : lPolygon.mSize;
-    return lCount > INT_MAX ? -1 : lCount;
-}
-
 // Triangle meshes: one triangle per polygon; each corner's control point is read right after the corner.
 // False after reporting "pv >= 0".
-bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordStore& pRecords)
+bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
 {
     int64_t k = 0;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
         TriangleInput lInput;
-        PerVtxData lCorners[3];
+        int lSlots[3];
         for (int j = 0; j < 3; ++j, ++k) {
             if (!pReader.Read(p, j, lInput, j)) {
                 ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                 return false;
             }
-            lCorners[j].SetIds(-1, p, ClampToInt(k), lInput.mUVIndices[j], pReader.ControlPointAt(k));
+            lSlots[j] = pLists.Add(k, pReader.ControlPointAt(k));
         }
         MoxVector4 lTangents[3];
         MoxVector4 lBinormals[3];
         ComputeTangentsForTriangle(lTangents, lBinormals, lInput.mPositions, lInput.mNormals, lInput.mUVs);
-        for (int j = 0; j < 3; ++j) {
-            lCorners[j].SetVectors(lInput.mNormals[j], lTangents[j], lBinormals[j]);
-            pRecords.Add(lCorners[j]);
-        }
+        for (int j = 0; j < 3; ++j)
+            if (lSlots[j] >= 0)
+                pFrames.Store(lSlots[j], lTangents[j], lBinormals[j], lInput.mNormalIndices[j], lInput.mUVIndices[j]);
     }
     return true;
 }
 
 // Other meshes: triangles (0, t + 1, t + 2). Positions 0 and 1 take their frame from triangle 0, position
 // t + 2 from triangle t; a record goes to the running index + its position. False after "pv >= 0".
-bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordStore& pRecords)
+bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
 {
     int64_t k = 0;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
@@ -421,10 +494,9 @@ bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordStore&
             ComputeTangentsForTriangle(lTangents, lBinormals, lInput.mPositions, lInput.mNormals, lInput.mUVs);
             for (int c = t == 0 ? 0 : 2; c < 3; ++c) {
                 const int64_t lIndex = k + lPositions[c];
-                PerVtxData lRecord;
-                lRecord.Set(-1, p, ClampToInt(lIndex), lInput.mUVIndices[c], pReader.ControlPointAt(lIndex),
-                            lInput.mNormals[c], lTangents[c], lBinormals[c]);
-                pRecords.Add(lRecord);
+                const int lSlot = pLists.Add(lIndex, pReader.ControlPointAt(lIndex));
+                if (lSlot >= 0)
+                    pFrames.Store(lSlot, lTangents[c], lBinormals[c], lInput.mNormalIndices[c], lInput.mUVIndices[c]);
             }
         }
         // A polygon of fewer than 2 vertices still moves the index by 2 (kept on purpose).
@@ -433,17 +505,40 @@ bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordStore&
     return true;
 }
 
+// Every record of the pass, its frame in pFrames. False after a report.
+bool CollectRecords(const MoxMesh& pMesh, CornerReader& pReader, bool pTriangles, RecordLists& pLists,
+                    const FrameSlots& pFrames)
+{
+    return pTriangles ? CollectTriangleRecords(pMesh, pReader, pLists, pFrames)
+                      : CollectFanRecords(pMesh, pReader, pLists, pFrames);
+}
+
 // ---- Weld groups --------------------------------------------------------------------------------------
 
-// Group of list entry j: the group of its latest earlier weld partner, or its own record. Direct scan.
-void AssignGroupsByScan(PerVtxData* pRecords, const int* pList, int pCount, bool pIgnoreHandedness)
+// What the weld compares of one record.
+struct WeldKey {
+    MoxVector4 mNormal;
+    int mUVIndex;
+    bool mMirrored;  // tangent w of -1.0
+    bool mFinite;    // every normal component finite
+};
+
+// True when the record of pB welds to the earlier record of pA. Equal finite normals agree within any
+// tolerance, which spares the component differences in the common case of smooth corners.
+bool Welds(const WeldKey& pA, const WeldKey& pB, bool pIgnoreHandedness)
+{
+    return pA.mUVIndex == pB.mUVIndex && (pIgnoreHandedness || pA.mMirrored == pB.mMirrored) &&
+           ((pA.mFinite && pA.mNormal == pB.mNormal) || MoxEqual(pA.mNormal, pB.mNormal, sgWeldTolerance));
+}
+
+// Group of list entry j: the group of its latest earlier weld partner, or j itself. Direct scan.
+void AssignGroupsByScan(const WeldKey* pKeys, int pCount, bool pIgnoreHandedness, int* pGroups)
 {
     for (int j = 0; j < pCount; ++j) {
-        PerVtxData& lRecord = pRecords[pList[j]];
         int lPartner = -1;
         for (int i = j - 1; i >= 0 && lPartner < 0; --i)
-            if (Welds(pRecords[pList[i]], lRecord, pIgnoreHandedness)) lPartner = i;
-        lRecord.mGroup = lPartner < 0 ? pList[j] : pRecords[pList[lPartner]].mGroup;
+            if (Welds(pKeys[i], pKeys[j], pIgnoreHandedness)) lPartner = i;
+        pGroups[j] = lPartner < 0 ? j : pGroups[lPartner];
     }
 }
 
@@ -459,26 +554,32 @@ void AssignGroupsByScan(PerVtxData* pRecords, const int* pList, int pCount, bool
 // keyed by value; a normal with a NaN or infinite component welds to nothing.
 class WeldGrid {
 public:
-    bool Reserve(int pLongest)
+    // Working memory for lists of up to pLongest records; none for 0.
+    explicit WeldGrid(int pLongest)
+        : mKeys(pLongest > 0 ? pLongest : -1),
+          mTable(pLongest > 0 ? TableSize(pLongest) : -1),
+          mCellOf(pLongest > 0 ? pLongest : -1),
+          mCellStart(pLongest > 0 ? int64_t(pLongest) + 1 : -1),
+          mCellItems(pLongest > 0 ? pLongest : -1),
+          mCellFill(pLongest > 0 ? pLongest : -1),
+          mNeeded(pLongest > 0)
+    {}
+
+    bool IsAllocated() const
     {
-        mTableSize = 2;
-        while (mTableSize < 2 * int64_t(pLongest)) mTableSize *= 2;
-        return mKeys.Allocate(pLongest) && mTable.Allocate(mTableSize) && mCellOf.Allocate(pLongest) &&
-               mCellStart.Allocate(int64_t(pLongest) + 1) && mCellItems.Allocate(pLongest) &&
-               mCellFill.Allocate(pLongest);
+        return !mNeeded || (mKeys.Get() && mTable.Get() && mCellOf.Get() && mCellStart.Get() && mCellItems.Get() &&
+                            mCellFill.Get());
     }
 
-    void AssignGroups(PerVtxData* pRecords, const int* pList, int pCount, bool pIgnoreHandedness)
+    void AssignGroups(const WeldKey* pRecords, int pCount, bool pIgnoreHandedness, int* pGroups)
     {
         mRecords = pRecords;
-        mList = pList;
         mIgnoreHandedness = pIgnoreHandedness;
         BucketByCell(pCount);
         for (int j = 0; j < pCount; ++j) {
-            const int lPartner = mCellOf.Get()[j] < 0 ? -1 : FindLatestPartner(j);
-            PerVtxData& lRecord = pRecords[pList[j]];
-            lRecord.mGroup = lPartner < 0 ? pList[j] : pRecords[pList[lPartner]].mGroup;
-            if (mCellOf.Get()[j] >= 0) ++mCellFill.Get()[mCellOf.Get()[j]];
+            const int lPartner = mCellOf[j] < 0 ? -1 : FindLatestPartner(j);
+            pGroups[j] = lPartner < 0 ? j : pGroups[lPartner];
+            if (mCellOf[j] >= 0) ++mCellFill[mCellOf[j]];
         }
     }
 
@@ -492,12 +593,20 @@ private:
     static constexpr double sgCellScale = 262144.0;        // 2^18 cells per unit
     static constexpr double sgValueKeyed = 17179869184.0;  // 2^34
 
+    // Open-addressing table size for pCount entries: a power of two at least twice pCount.
+    static int64_t TableSize(int pCount)
+    {
+        int64_t lSize = 2;
+        while (lSize < 2 * int64_t(pCount)) lSize *= 2;
+        return lSize;
+    }
+
     // The key of pRecord's cell and, per component, the neighbour (-1, 0, +1) that may hold a partner.
     // False for a normal that welds to nothing.
-    bool MakeKey(const PerVtxData& pRecord, CellKey& pKey, int* pSides) const
+    bool MakeKey(const WeldKey& pRecord, CellKey& pKey, int* pSides) const
     {
         pKey.mUVIndex = pRecord.mUVIndex;
-        pKey.mFlags = !mIgnoreHandedness && pRecord.mTangent[3] < 0.0 ? 16 : 0;
+        pKey.mFlags = !mIgnoreHandedness && pRecord.mMirrored ? 16 : 0;
         for (int i = 0; i < 4; ++i) {
             const double lValue = pRecord.mNormal[i];
             if (!std::isfinite(lValue)) return false;
@@ -537,40 +646,30 @@ private:
     // The cell of pKey, added when pInsert; -1 when absent.
     int FindCell(const CellKey& pKey, bool pInsert)
     {
-        int* lTable = mTable.Get();
         for (uint64_t h = Hash(pKey) & mMask;; h = (h + 1) & mMask) {
-            const int lCell = lTable[h];
-            if (lCell >= 0 && SameKey(mKeys.Get()[lCell], pKey)) return lCell;
+            const int lCell = mTable[h];
+            if (lCell >= 0 && SameKey(mKeys[lCell], pKey)) return lCell;
             if (lCell >= 0) continue;
             if (!pInsert) return -1;
-            mKeys.Get()[mCellCount] = pKey;
-            lTable[h] = mCellCount;
+            mKeys[mCellCount] = pKey;
+            mTable[h] = mCellCount;
             return mCellCount++;
         }
     }
 
-    // Cell of every entry, and every cell's entries in list order (count, prefix sum, fill).
+    // Cell of every entry, and every cell's entries in list order (counting sort by cell).
     void BucketByCell(int pCount)
     {
-        int64_t lSize = 2;
-        while (lSize < 2 * int64_t(pCount)) lSize *= 2;
+        const int64_t lSize = TableSize(pCount);
         mMask = uint64_t(lSize) - 1;
         std::memset(mTable.Get(), 0xFF, size_t(lSize) * sizeof(int));
         mCellCount = 0;
-        int* lCellOf = mCellOf.Get();
         for (int j = 0; j < pCount; ++j) {
             CellKey lKey;
             int lSides[4];
-            lCellOf[j] = MakeKey(mRecords[mList[j]], lKey, lSides) ? FindCell(lKey, true) : -1;
+            mCellOf[j] = MakeKey(mRecords[j], lKey, lSides) ? FindCell(lKey, true) : -1;
         }
-        int* lStart = mCellStart.Get();
-        std::memset(lStart, 0, (size_t(mCellCount) + 1) * sizeof(int));
-        for (int j = 0; j < pCount; ++j)
-            if (lCellOf[j] >= 0) ++lStart[lCellOf[j] + 1];
-        for (int c = 0; c < mCellCount; ++c) lStart[c + 1] += lStart[c];
-        std::memset(mCellFill.Get(), 0, size_t(mCellCount) * sizeof(int));
-        for (int j = 0; j < pCount; ++j)
-            if (lCellOf[j] >= 0) mCellItems.Get()[lStart[lCellOf[j]] + mCellFill.Get()[lCellOf[j]]++] = j;
+        detail::MoxGroupByKey(mCellOf.Get(), pCount, mCellCount, mCellStart.Get(), mCellItems.Get());
         std::memset(mCellFill.Get(), 0, size_t(mCellCount) * sizeof(int));
     }
 
@@ -578,10 +677,9 @@ private:
     // pBest (exclusive); pBest when there is none.
     int ScanCell(int pCell, int pEntry, int pBest) const
     {
-        const int* lItems = mCellItems.Get() + mCellStart.Get()[pCell];
-        const PerVtxData& lRecord = mRecords[mList[pEntry]];
-        for (int i = mCellFill.Get()[pCell] - 1; i >= 0 && lItems[i] > pBest; --i)
-            if (Welds(mRecords[mList[lItems[i]]], lRecord, mIgnoreHandedness)) return lItems[i];
+        const int* lItems = mCellItems.Get() + mCellStart[pCell];
+        for (int i = mCellFill[pCell] - 1; i >= 0 && lItems[i] > pBest; --i)
+            if (Welds(mRecords[lItems[i]], mRecords[pEntry], mIgnoreHandedness)) return lItems[i];
         return pBest;
     }
 
@@ -590,8 +688,8 @@ private:
     {
         CellKey lKey{};
         int lSides[4] = {0, 0, 0, 0};
-        MakeKey(mRecords[mList[pEntry]], lKey, lSides);
-        int lBest = ScanCell(mCellOf.Get()[pEntry], pEntry, -1);
+        MakeKey(mRecords[pEntry], lKey, lSides);
+        int lBest = ScanCell(mCellOf[pEntry], pEntry, -1);
         int lAxes[4];
         int lAxisCount = 0;
         for (int i = 0; i < 4; ++i)
@@ -606,53 +704,20 @@ private:
         return lBest;
     }
 
-    ScratchBlock<CellKey> mKeys;
-    ScratchBlock<int> mTable;
-    ScratchBlock<int> mCellOf;
-    ScratchBlock<int> mCellStart;
-    ScratchBlock<int> mCellItems;
-    ScratchBlock<int> mCellFill;  // per cell: entries already passed (while assigning)
-    int64_t mTableSize = 0;
+    MoxScratch<CellKey> mKeys;
+    MoxScratch<int> mTable;
+    MoxScratch<int> mCellOf;
+    MoxScratch<int> mCellStart;
+    MoxScratch<int> mCellItems;
+    MoxScratch<int> mCellFill;  // per cell: entries already passed (while assigning)
+    bool mNeeded;
     uint64_t mMask = 0;
     int mCellCount = 0;
-    PerVtxData* mRecords = nullptr;
-    const int* mList = nullptr;
+    const WeldKey* mRecords = nullptr;
     bool mIgnoreHandedness = false;
 };
 
 // ---- Averaging and output -----------------------------------------------------------------------------
-
-// The locked tangent and binormal arrays of the target layer; either may be missing.
-struct FrameOutput {
-    MoxLayerElementArrayTemplate<MoxVector4>* mTangentArray = nullptr;
-    MoxLayerElementArrayTemplate<MoxVector4>* mBinormalArray = nullptr;
-    MoxVector4* mTangents = nullptr;
-    MoxVector4* mBinormals = nullptr;
-    int mTangentCount = 0;
-    int mBinormalCount = 0;
-
-    void Lock()
-    {
-        if (mTangentArray) {
-            mTangents = mTangentArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
-            mTangentCount = mTangents ? mTangentArray->GetCount() : 0;
-        }
-        if (mBinormalArray) {
-            mBinormals = mBinormalArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
-            mBinormalCount = mBinormals ? mBinormalArray->GetCount() : 0;
-        }
-    }
-    void Release()
-    {
-        if (mTangents) mTangentArray->Release(&mTangents);
-        if (mBinormals) mBinormalArray->Release(&mBinormals);
-    }
-    void Write(int pPolygonVertex, const MoxVector4& pTangent, const MoxVector4& pBinormal) const
-    {
-        if (pPolygonVertex < mTangentCount) mTangents[pPolygonVertex] = pTangent;
-        if (pPolygonVertex < mBinormalCount) mBinormals[pPolygonVertex] = pBinormal;
-    }
-};
 
 // Normalised, with w = -1.0 when the summed w is negative and +1.0 otherwise.
 void FinishSum(MoxVector4& pSum)
@@ -661,70 +726,116 @@ void FinishSum(MoxVector4& pSum)
     pSum[3] = pSum[3] < 0.0 ? -1.0 : 1.0;
 }
 
-// Sums each group in list order into its first record, then writes the finished sums at every member's
-// polygon vertex.
-void AverageAndWriteGroups(PerVtxData* pRecords, const int* pList, int pCount, const FrameOutput& pOutput)
-{
-    for (int j = 0; j < pCount; ++j) {
-        PerVtxData& lRecord = pRecords[pList[j]];
-        if (lRecord.mGroup == pList[j]) continue;
-        PerVtxData& lFirst = pRecords[lRecord.mGroup];
-        lFirst.mTangent += lRecord.mTangent;
-        lFirst.mBinormal += lRecord.mBinormal;
-        lRecord.mPending = false;
+// The weld of every control point's list, with working memory for the longest list.
+class Weld {
+public:
+    Weld(int pLongest, bool pIgnoreHandedness)
+        : mKeys(pLongest),
+          mGroups(pLongest),
+          mGrid(pLongest > sgPlainWeldLimit ? pLongest : 0),
+          mIgnoreHandedness(pIgnoreHandedness)
+    {}
+
+    bool IsAllocated() const { return mKeys.Get() && mGroups.Get() && mGrid.IsAllocated(); }
+
+    // Every control point's list in turn.
+    void RunAll(const RecordLists& pLists, const FrameSlots& pFrames, const CornerReader& pReader,
+                const FrameOutput& pOutput)
+    {
+        for (int c = 0; c < pLists.GetControlPointCount(); ++c)
+            if (pLists.GetCount(c) > 0) Run(pLists.GetList(c), pLists.GetCount(c), pFrames, pReader, pLists, pOutput);
     }
-    for (int j = 0; j < pCount; ++j) {
-        const PerVtxData& lRecord = pRecords[pList[j]];
-        PerVtxData& lFirst = pRecords[lRecord.mGroup];
-        // A group's first record comes before its other members, so it is finished before they are written.
-        if (lRecord.mGroup == pList[j]) {
-            FinishSum(lFirst.mTangent);
-            FinishSum(lFirst.mBinormal);
+
+private:
+    // The records of pSlots (one control point's list): their weld keys, their groups, then the sums.
+    void Run(const int* pSlots, int pCount, const FrameSlots& pFrames, const CornerReader& pReader,
+             const RecordLists& pLists, const FrameOutput& pOutput)
+    {
+        ReadKeys(pSlots, pCount, pFrames, pReader);
+        if (pCount > sgPlainWeldLimit)
+            mGrid.AssignGroups(mKeys.Get(), pCount, mIgnoreHandedness, mGroups.Get());
+        else
+            AssignGroupsByScan(mKeys.Get(), pCount, mIgnoreHandedness, mGroups.Get());
+        AverageAndWrite(pSlots, pCount, pFrames, pLists, pOutput);
+    }
+
+    void ReadKeys(const int* pSlots, int pCount, const FrameSlots& pFrames, const CornerReader& pReader)
+    {
+        for (int j = 0; j < pCount; ++j) {
+            int lNormalIndex = -1;
+            WeldKey& lKey = mKeys[j];
+            lKey.mMirrored = pFrames.TakeInputs(pSlots[j], lNormalIndex, lKey.mUVIndex);
+            lKey.mNormal = pReader.NormalAt(lNormalIndex);
+            lKey.mFinite = std::isfinite(lKey.mNormal[0]) && std::isfinite(lKey.mNormal[1]) &&
+                           std::isfinite(lKey.mNormal[2]) && std::isfinite(lKey.mNormal[3]);
         }
-        pOutput.Write(lRecord.mPolygonVertex, lFirst.mTangent, lFirst.mBinormal);
     }
-}
 
-// The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
-FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName)
-{
-    FrameOutput lOutput;
-    pMesh.InitTangents(pMesh.GetPolygonVertexCount(), pLayer, pName);
-    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
-    pMesh.InitBinormals(pMesh.GetPolygonVertexCount(), pLayer, pName);
-    pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
-    lOutput.Lock();
-    return lOutput;
-}
+    // Sums each group in list order into its first record's frame, then writes the finished sums at every
+    // member's polygon vertex.
+    void AverageAndWrite(const int* pSlots, int pCount, const FrameSlots& pFrames, const RecordLists& pLists,
+                         const FrameOutput& pOutput) const
+    {
+        for (int j = 0; j < pCount; ++j) {
+            const int lFirst = pSlots[mGroups[j]];
+            if (mGroups[j] == j) continue;
+            pFrames.Tangent(lFirst) += pFrames.Tangent(pSlots[j]);
+            pFrames.Binormal(lFirst) += pFrames.Binormal(pSlots[j]);
+        }
+        for (int j = 0; j < pCount; ++j) {
+            const int lFirst = pSlots[mGroups[j]];
+            // A group's first record comes before its other members, so it is finished before they are written.
+            if (mGroups[j] == j) {
+                FinishSum(pFrames.Tangent(lFirst));
+                FinishSum(pFrames.Binormal(lFirst));
+            }
+            pOutput.Write(pLists.PolygonVertexOf(pSlots[j]), pFrames.Tangent(lFirst), pFrames.Binormal(lFirst));
+        }
+    }
 
-// Every record of the fan pass, with its control point lists. False after a report.
-//
-// The two per-polygon-vertex raw arrays are the pass's reserved working storage: a shortage of memory for
-// them fails the call as "lTangents" / "lBinormals". Nothing they would hold reaches the result (the
-// triangle frames go straight into the records, and the fan's running averages per polygon vertex are
-// never read), so they are never written: they cost address space only.
-bool CollectRecords(const MoxMesh& pMesh, const MoxLayerElementUV* pUVSet, RecordStore& pRecords)
+    MoxScratch<WeldKey> mKeys;
+    MoxScratch<int> mGroups;
+    WeldGrid mGrid;
+    bool mIgnoreHandedness;
+};
+
+// Plain records: the pass puts their frames in the output's own arrays when these cover every slot,
+// otherwise (the output could not be made or sized) in working arrays had now; then the weld. False after
+// a report.
+bool CollectAndWeldPlain(const MoxMesh& pMesh, CornerReader& pReader, bool pTriangles, RecordLists& pLists, Weld& pWeld,
+                         const FrameOutput& pOutput)
 {
-    ScratchBlock<MoxVector4> lRawTangents;
-    ScratchBlock<MoxVector4> lRawBinormals;
-    if (!lRawTangents.Allocate(pMesh.GetPolygonVertexCount())) {
-        ReportFromWorker(__LINE__, sgNoTangentMemory.mText);
-        return false;
-    }
-    if (!lRawBinormals.Allocate(pMesh.GetPolygonVertexCount())) {
-        ReportFromWorker(__LINE__, sgNoBinormalMemory.mText);
-        return false;
-    }
-    const bool lTriangles = pMesh.IsTriangleMesh();
-    const int64_t lCapacity = CountCorners(pMesh, lTriangles);
-    if (lCapacity < 0 || !pRecords.Allocate(lCapacity, pMesh.GetControlPointsCount())) {
+    const int lSlots = pLists.GetSlotCount();
+    const bool lInOutput = pOutput.Covers(lSlots);
+    const MoxScratch<MoxVector4> lWorking(lInOutput ? -1 : 2 * int64_t(lSlots));
+    FrameSlots lFrames;
+    if (lInOutput) {
+        lFrames.UseOutput(pOutput);
+    } else if (lWorking.Get()) {
+        lFrames.UseWorking(lWorking.Get(), lSlots);
+    } else {
         ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
-    CornerReader lReader(pMesh, pUVSet);
-    if (!(lTriangles ? CollectTriangleRecords(pMesh, lReader, pRecords) : CollectFanRecords(pMesh, lReader, pRecords)))
+    if (!CollectRecords(pMesh, pReader, pTriangles, pLists, lFrames)) return false;
+    pWeld.RunAll(pLists, lFrames, pReader, pOutput);
+    return true;
+}
+
+// The raw per-polygon-vertex arrays, reserved and released at once (see the file comment). False after
+// reporting their shortage.
+bool ReserveRawArrays(const MoxMesh& pMesh)
+{
+    const MoxScratch<MoxVector4> lRawTangents(pMesh.GetPolygonVertexCount());
+    if (!lRawTangents.Get()) {
+        ReportFromWorker(__LINE__, sgNoTangentMemory.mText);
         return false;
-    pRecords.BuildLists();
+    }
+    const MoxScratch<MoxVector4> lRawBinormals(pMesh.GetPolygonVertexCount());
+    if (!lRawBinormals.Get()) {
+        ReportFromWorker(__LINE__, sgNoBinormalMemory.mText);
+        return false;
+    }
     return true;
 }
 
@@ -737,29 +848,47 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
     if (!pUVSet || !lLayer0 || !lLayer0->GetNormals()) return false;
     if (!pOverwrite && lLayer0->GetTangents()) return true;
 
-    // Records of every corner, then the lists per control point and the weld's scratch: all working memory
-    // is had before any layer changes.
-    RecordStore lRecords;
-    if (!CollectRecords(*this, pUVSet, lRecords)) return false;
-    WeldGrid lGrid;
-    if (lRecords.GetLongest() > sgPlainWeldLimit && !lGrid.Reserve(lRecords.GetLongest())) {
+    // The plan, then all working memory before any layer changes: the lists (grouped at once for plain
+    // records), for other records their frames and the pass itself, then the weld's keys and grid.
+    const bool lTriangles = IsTriangleMesh();
+    const CornerPlan lPlan = PlanCorners(*this, lTriangles);
+    if (!ReserveRawArrays(*this)) return false;
+    const bool lPlain = lPlan.mPlain && GetLayer(pUVSetLayerIndex) != nullptr;
+    RecordLists lLists(lPlain, lPlan.mCapacity, GetControlPointsCount());
+    if (lPlan.mCapacity < 0 || !lLists.IsAllocated()) {
+        ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
+        return false;
+    }
+    CornerReader lReader(*this, pUVSet);
+    const MoxScratch<MoxVector4> lWorkingFrames(lPlain ? -1 : 2 * int64_t(lLists.GetSlotCount()));
+    FrameSlots lFrames;
+    if (lPlain) {
+        lLists.GroupPolygonVertices(mPolygonVertices.GetArray());
+    } else {
+        if (!lWorkingFrames.Get()) {
+            ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
+            return false;
+        }
+        lFrames.UseWorking(lWorkingFrames.Get(), lLists.GetSlotCount());
+        if (!CollectRecords(*this, lReader, lTriangles, lLists, lFrames)) return false;
+        lLists.GroupRecords();
+    }
+    Weld lWeld(lLists.GetLongest(), pIgnoreHandedness);
+    if (!lWeld.IsAllocated()) {
         ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
 
-    FrameOutput lOutput = CreateOutput(*this, pUVSetLayerIndex, pUVSet->GetName());
-    PerVtxData* lData = lRecords.GetRecords();
-    for (int c = 0; c < lRecords.GetControlPointCount(); ++c) {
-        const int lCount = lRecords.GetCount(c);
-        if (lCount == 0) continue;
-        if (lCount > sgPlainWeldLimit)
-            lGrid.AssignGroups(lData, lRecords.GetList(c), lCount, pIgnoreHandedness);
-        else
-            AssignGroupsByScan(lData, lRecords.GetList(c), lCount, pIgnoreHandedness);
-        AverageAndWriteGroups(lData, lRecords.GetList(c), lCount, lOutput);
-    }
+    // Plain records covering every polygon vertex overwrite an output element of the right shape in place.
+    const bool lCoversAll = lPlain && lLists.GetPlaced() == GetPolygonVertexCount();
+    FrameOutput lOutput = CreateOutput(*this, pUVSetLayerIndex, pUVSet->GetName(), lCoversAll);
+    bool lDone = true;
+    if (lPlain)
+        lDone = CollectAndWeldPlain(*this, lReader, lTriangles, lLists, lWeld, lOutput);
+    else
+        lWeld.RunAll(lLists, lFrames, lReader, lOutput);
     lOutput.Release();
-    return true;
+    return lDone;
 }
 
 bool MoxMesh::GenerateTangentsData(const char* pUVSetName, bool pOverwrite, bool pIgnoreHandedness)
