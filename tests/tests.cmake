@@ -1,6 +1,9 @@
 # One line per test file, relative to tests/, without extension. Kept sorted.
 mox_add_test(core/base/moxarray_test)
 mox_add_test(core/base/moxcontainerallocators_test)
+mox_add_test(core/base/moxgridhash_test)
+mox_add_test(core/base/moxhash_test)
+mox_add_test(core/base/moxidtable_test)
 mox_add_test(core/base/moxpointerlist_test)
 mox_add_test(core/base/moxredblacktree_test)
 mox_add_test(core/base/moxscratchsets_test)

@@ -23,6 +23,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/base/moxgridhash.h"
+#include "core/base/moxidtable.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
@@ -47,17 +49,6 @@ typedef MoxLayerElementArrayTemplate<int> IndexArray;
 
 // ---- Scratch building blocks ----------------------------------------------------------------------------
 
-// A 64-bit finaliser: spreads every input bit over the whole hash.
-uint64_t MixBits(uint64_t pValue)
-{
-    pValue ^= pValue >> 33;
-    pValue *= 0xff51afd7ed558ccdULL;
-    pValue ^= pValue >> 33;
-    pValue *= 0xc4ceb9fe1a85ec53ULL;
-    pValue ^= pValue >> 33;
-    return pValue;
-}
-
 // A MoxArray of pCount copies of pValue; false when memory ran out. A new block comes zero-filled, so a
 // zero value needs no second pass.
 template <class T>
@@ -70,83 +61,6 @@ bool FillArray(MoxArray<T>& pArray, int pCount, const T& pValue)
         std::fill(pArray.GetArray(), pArray.GetArray() + pCount, pValue);
     return true;
 }
-
-// An open-addressing table (linear probing) of ids whose keys live in the caller's arrays. A slot holds an
-// id and the upper half of its key's hash, and the caller is asked "id k has my key" only when those
-// agree, so a lookup usually touches one cache line. The table starts small and doubles when half full
-// (rehashing through the caller's hash of an id), so its size follows the ids stored, not the lookups.
-class IdTable {
-public:
-    // Room for pExpected ids before the first growth; false when memory ran out.
-    bool Init(int pExpected)
-    {
-        int64_t lCapacity = 1024;
-        while (lCapacity < 2 * int64_t(pExpected)) lCapacity *= 2;
-        return Allocate(lCapacity);
-    }
-
-    // The id stored with an equal key, or -1.
-    template <class SAME>
-    int Find(uint64_t pHash, SAME pSame) const
-    {
-        const Slot* lSlots = mSlots.GetArray();
-        const uint32_t lTag = static_cast<uint32_t>(pHash >> 32);
-        for (uint64_t i = pHash & mMask;; i = (i + 1) & mMask) {
-            const Slot& lSlot = lSlots[i];
-            if (lSlot.mId < 0 || (lSlot.mTag == lTag && pSame(lSlot.mId))) return lSlot.mId;
-        }
-    }
-
-    // The id stored with an equal key; when there is none, pId after storing it; -2 when memory ran out.
-    // pHashOf(id) gives the hash of a stored id's key.
-    template <class SAME, class HASH_OF>
-    int FindOrAdd(uint64_t pHash, int pId, SAME pSame, HASH_OF pHashOf)
-    {
-        const int lFound = Find(pHash, pSame);
-        if (lFound >= 0) return lFound;
-        if (2 * (int64_t(mCount) + 1) > mSlots.GetCount() && !Grow(pHashOf)) return -2;
-        Insert(pHash, pId);
-        return pId;
-    }
-
-private:
-    struct Slot {
-        uint32_t mTag;
-        int mId;
-    };
-
-    bool Allocate(int64_t pCapacity)
-    {
-        if (pCapacity > (int64_t(1) << 30) || !FillArray(mSlots, static_cast<int>(pCapacity), Slot{0, -1}))
-            return false;
-        mMask = static_cast<uint64_t>(pCapacity - 1);
-        mCount = 0;
-        return true;
-    }
-
-    void Insert(uint64_t pHash, int pId)
-    {
-        Slot* lSlots = mSlots.GetArray();
-        uint64_t i = pHash & mMask;
-        while (lSlots[i].mId >= 0) i = (i + 1) & mMask;
-        lSlots[i] = Slot{static_cast<uint32_t>(pHash >> 32), pId};
-        ++mCount;
-    }
-
-    template <class HASH_OF>
-    bool Grow(HASH_OF pHashOf)
-    {
-        MoxArray<Slot> lOld = static_cast<MoxArray<Slot>&&>(mSlots);
-        if (!Allocate(2 * int64_t(lOld.GetCount()))) return false;
-        for (const Slot& lSlot : lOld)
-            if (lSlot.mId >= 0) Insert(pHashOf(lSlot.mId), lSlot.mId);
-        return true;
-    }
-
-    MoxArray<Slot> mSlots;
-    uint64_t mMask = 0;
-    int mCount = 0;
-};
 
 // Items grouped by key (count, prefix sum, fill): group g holds, in increasing order, the items i with
 // key g, at mItems[Begin(g) .. End(g)). Items whose key is outside 0 .. group count - 1 are left out.
@@ -844,57 +758,33 @@ uint64_t ComponentBits(double pValue)
     return lBits;
 }
 
-// Grid coordinate of one position component, the cell being twice the merge distance. The coordinate is
-// monotone in the component and rounding moves it by at most a quarter cell wherever two different
-// components can lie within the merge distance, so such components get coordinates at most one apart;
-// huge components, where only equal values are that close, are clamped.
-int64_t CellCoordinate(double pValue)
-{
-    constexpr double lScale = 1.0 / (2.0 * sgMergeDistance);
-    constexpr double lLimit = 4611686018427387904.0;  // 2^62
-    const double lCell = std::floor(pValue * lScale);
-    return static_cast<int64_t>(std::min(std::max(lCell, -lLimit), lLimit));
-}
-
+// Grid coordinate of one position component, the cell being twice the merge distance. Rounding moves
+// the coordinate by at most a quarter cell wherever two different components can lie within the merge
+// distance, so such components get coordinates at most one apart.
 void CellOf(const MoxVector4& pPoint, int64_t* pKey)
 {
-    for (int k = 0; k < 3; ++k) pKey[k] = CellCoordinate(pPoint[k]);
+    constexpr double lScale = 1.0 / (2.0 * sgMergeDistance);
+    for (int k = 0; k < 3; ++k) pKey[k] = MoxGridCoordinate(pPoint[k], lScale);
 }
 
-// The hashes of cells and sites are spatially coherent: the cells of one 4 x 4 x 4 block of cells share a
-// run of 64 table slots (a cell's offset in its block, or a site's position hash, picks the slot within
-// the run) and runs are spread by a mixing hash of the block. Points met in spatial order, as mesh points
-// usually are, then touch few cache lines. The upper half of a hash (the table's tag) comes from the block
-// for cells and from the exact position for sites.
-// Odd multipliers; a linear combination of three words followed by one mixing step.
-uint64_t LinearHash(uint64_t pA, uint64_t pB, uint64_t pC)
-{
-    return pA * 0x9e3779b97f4a7c15ULL + pB * 0xc2b2ae3d27d4eb4fULL + pC * 0x165667b19e3779f9ULL;
-}
-
-uint64_t BlockHash(const int64_t* pKey)
-{
-    return MixBits(LinearHash(uint64_t(pKey[0] >> 2), uint64_t(pKey[1] >> 2), uint64_t(pKey[2] >> 2)));
-}
-
+// The hashes of cells and sites are spatially coherent: the cells of one 4 x 4 x 4 block share a run of
+// 64 table slots (a cell's offset in its block, or a site's position hash, picks the slot within the run).
+// Points met in spatial order, as mesh points usually are, then touch few cache lines. The tag comes from
+// the block for cells and from the exact position for sites.
 uint64_t CellHash(const int64_t* pKey)
 {
-    const uint64_t lBlock = BlockHash(pKey);
-    const uint64_t lOffset = uint64_t(pKey[0] & 3) | uint64_t(pKey[1] & 3) << 2 | uint64_t(pKey[2] & 3) << 4;
-    return ((lBlock ^ (lOffset << 32)) & 0xffffffff00000000ULL) | (((lBlock << 6) | lOffset) & 0xffffffffULL);
-}
-
-uint64_t PositionHash(const MoxVector4& pPoint)
-{
-    return MixBits(LinearHash(ComponentBits(pPoint[0]), ComponentBits(pPoint[1]), ComponentBits(pPoint[2])));
+    const uint64_t lBlock = MoxGridBlockHash(pKey);
+    const uint64_t lOffset = MoxGridOffsetInBlock(pKey);
+    return MoxGridBlockSlotHash(lBlock, lOffset, lBlock ^ (lOffset << 32));
 }
 
 uint64_t SiteHash(const MoxVector4& pPoint)
 {
     int64_t lKey[3];
     CellOf(pPoint, lKey);
-    const uint64_t lPosition = PositionHash(pPoint);
-    return (lPosition & 0xffffffff00000000ULL) | (((BlockHash(lKey) << 6) | (lPosition & 63)) & 0xffffffffULL);
+    const uint64_t lBits[3] = {ComponentBits(pPoint[0]), ComponentBits(pPoint[1]), ComponentBits(pPoint[2])};
+    const uint64_t lPosition = MoxGridCellHash(MoxGridLinearHash(lBits, 3));
+    return MoxGridBlockSlotHash(MoxGridBlockHash(lKey), lPosition, lPosition);
 }
 
 bool SamePosition(const MoxVector4& pA, const MoxVector4& pB)
@@ -909,7 +799,7 @@ bool SameCell(const int64_t* pA, const int64_t* pB)
 
 bool BuildMergeSites(const MoxVector4* pPoints, int pCount, MergeSites& pSites)
 {
-    IdTable lTable;
+    MoxIdTable lTable;
     if (!FillArray(pSites.mSiteOf, pCount, -1) || !lTable.Init(pCount / 8)) return false;
     for (int j = 0; j < pCount; ++j) {
         const MoxVector4& lPoint = pPoints[j];
@@ -929,7 +819,7 @@ bool BuildMergeSites(const MoxVector4* pPoints, int pCount, MergeSites& pSites)
 // cell, small enough to stay in cache and stepped to a neighbour by one addition, answers most lookups of
 // empty cells without touching the table.
 struct MergeCells {
-    // pLinear is the cell's linear hash (LinearHash of its coordinates).
+    // pLinear is the cell's linear hash (MoxGridLinearHash of its coordinates).
     int Find(const int64_t* pKey, uint64_t pLinear) const
     {
         const uint64_t lBit = pLinear >> mOccupiedShift;
@@ -938,16 +828,12 @@ struct MergeCells {
         return mTable.Find(CellHash(pKey),
                            [lKeys, pKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), pKey); });
     }
-    static uint64_t Linear(const int64_t* pKey)
-    {
-        return LinearHash(uint64_t(pKey[0]), uint64_t(pKey[1]), uint64_t(pKey[2]));
-    }
 
     int mCount = 0;
     MoxArray<int64_t> mKeys;  // three coordinates per cell
     MoxArray<int> mCellOf;    // per site
     Groups mSites;            // per cell, its sites
-    IdTable mTable;
+    MoxIdTable mTable;
     MoxArray<uint64_t> mOccupied;  // bit (linear hash >> shift) set for every cell
     int mOccupiedShift = 58;
 };
@@ -960,7 +846,7 @@ bool MarkOccupiedCells(MergeCells& pCells)
     if (!FillArray(pCells.mOccupied, static_cast<int>((int64_t(1) << lBitsLog) / 64), uint64_t(0))) return false;
     pCells.mOccupiedShift = 64 - lBitsLog;
     for (int c = 0; c < pCells.mCount; ++c) {
-        const uint64_t lBit = MergeCells::Linear(pCells.mKeys.GetArray() + 3 * ptrdiff_t(c)) >> pCells.mOccupiedShift;
+        const uint64_t lBit = MoxGridLinearHash(pCells.mKeys.GetArray() + 3 * ptrdiff_t(c)) >> pCells.mOccupiedShift;
         pCells.mOccupied.GetArray()[lBit >> 6] |= uint64_t(1) << (lBit & 63);
     }
     return true;
@@ -1025,11 +911,11 @@ bool FindClosePairs(const MergeSites& pSites, const MergeCells& pCells, ClosePai
         lSteps[lOffset][0] = lOffset / 9 - 1;
         lSteps[lOffset][1] = lOffset / 3 % 3 - 1;
         lSteps[lOffset][2] = lOffset % 3 - 1;
-        lStepHashes[lOffset] = MergeCells::Linear(lSteps[lOffset]);
+        lStepHashes[lOffset] = MoxGridLinearHash(lSteps[lOffset]);
     }
     for (int c = 0; c < pCells.mCount; ++c) {
         const int64_t* lKey = pCells.mKeys.GetArray() + 3 * ptrdiff_t(c);
-        const uint64_t lLinear = MergeCells::Linear(lKey);
+        const uint64_t lLinear = MoxGridLinearHash(lKey);
         for (int lOffset = 13; lOffset < 27; ++lOffset) {
             const int64_t lNeighbour[3] = {lKey[0] + lSteps[lOffset][0], lKey[1] + lSteps[lOffset][1],
                                            lKey[2] + lSteps[lOffset][2]};
