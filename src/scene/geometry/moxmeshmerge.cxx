@@ -22,6 +22,7 @@
 
 #include "core/base/moxgridhash.h"
 #include "core/base/moxidtable.h"
+#include "core/base/moxscratch.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "moxsdk/scene/moxcluster.h"
@@ -45,53 +46,23 @@ typedef MoxLayerElementArrayTemplate<MoxVector4> VectorArray;
 
 // ---- Merge list -----------------------------------------------------------------------------------------
 
-// Control points with equal x, y and z (Distance ignores w) share a site: their distances to every other
-// point are equal. Points with a non-finite coordinate are in no site: they are never closer than the
-// merge distance to anything.
-struct MergeSites {
-    const MoxVector4& Position(int pSite) const { return mPositions.GetArray()[pSite]; }
-
-    int mCount = 0;
-    MoxArray<int> mSiteOf;            // per point, or -1
-    MoxArray<MoxVector4> mPositions;  // per site, the position of its first point
-    MoxGroups mPoints;                // per site, its points in increasing order (built when sites are close)
-};
-
-uint64_t ComponentBits(double pValue)
-{
-    const double lValue = pValue + 0.0;  // -0.0 becomes +0.0, which it equals
-    uint64_t lBits = 0;
-    std::memcpy(&lBits, &lValue, sizeof(lBits));
-    return lBits;
-}
-
-// Grid coordinate of one position component, the cell being twice the merge distance. Rounding moves
-// the coordinate by at most a quarter cell wherever two different components can lie within the merge
-// distance, so such components get coordinates at most one apart.
+// Grid coordinates of a position, the cell being twice the merge distance. Rounding moves a coordinate by
+// at most a quarter cell wherever two different components can lie within the merge distance, so such
+// components get coordinates at most one apart: every pair of points closer than the merge distance lies
+// in one cell or in two neighbouring cells.
 void CellOf(const MoxVector4& pPoint, int64_t* pKey)
 {
     constexpr double lScale = 1.0 / (2.0 * sgMergeDistance);
     for (int k = 0; k < 3; ++k) pKey[k] = MoxGridCoordinate(pPoint[k], lScale);
 }
 
-// The hashes of cells and sites are spatially coherent: the cells of one 4 x 4 x 4 block share a run of
-// 64 table slots (a cell's offset in its block, or a site's position hash, picks the slot within the run).
-// Points met in spatial order, as mesh points usually are, then touch few cache lines. The tag comes from
-// the block for cells and from the exact position for sites.
+// Spatially coherent: the cells of one 4 x 4 x 4 block share a run of 64 table slots, so points met in
+// spatial order, as mesh points usually are, touch few cache lines.
 uint64_t CellHash(const int64_t* pKey)
 {
     const uint64_t lBlock = MoxGridBlockHash(pKey);
     const uint64_t lOffset = MoxGridOffsetInBlock(pKey);
     return MoxGridBlockSlotHash(lBlock, lOffset, lBlock ^ (lOffset << 32));
-}
-
-uint64_t SiteHash(const MoxVector4& pPoint)
-{
-    int64_t lKey[3];
-    CellOf(pPoint, lKey);
-    const uint64_t lBits[3] = {ComponentBits(pPoint[0]), ComponentBits(pPoint[1]), ComponentBits(pPoint[2])};
-    const uint64_t lPosition = MoxGridCellHash(MoxGridLinearHash(lBits, 3));
-    return MoxGridBlockSlotHash(MoxGridBlockHash(lKey), lPosition, lPosition);
 }
 
 bool SamePosition(const MoxVector4& pA, const MoxVector4& pB)
@@ -104,81 +75,165 @@ bool SameCell(const int64_t* pA, const int64_t* pB)
     return pA[0] == pB[0] && pA[1] == pB[1] && pA[2] == pB[2];
 }
 
-bool BuildMergeSites(const MoxVector4* pPoints, int pCount, MergeSites& pSites)
+uint64_t PositionHash(const MoxVector4& pPoint)
 {
-    MoxIdTable lTable;
-    if (!MoxFillArray(pSites.mSiteOf, pCount, -1) || !lTable.Init(pCount / 8)) return false;
-    for (int j = 0; j < pCount; ++j) {
-        const MoxVector4& lPoint = pPoints[j];
-        if (!std::isfinite(lPoint[0]) || !std::isfinite(lPoint[1]) || !std::isfinite(lPoint[2])) continue;
-        const MoxVector4* lPositions = pSites.mPositions.GetArray();
-        const int lSite = lTable.FindOrAdd(
-            SiteHash(lPoint), pSites.mCount,
-            [lPositions, &lPoint](int pSite) { return SamePosition(lPositions[pSite], lPoint); },
-            [lPositions](int pSite) { return SiteHash(lPositions[pSite]); });
-        if (lSite < 0 || (lSite == pSites.mCount && pSites.mPositions.Add(lPoint) != pSites.mCount++)) return false;
-        pSites.mSiteOf.GetArray()[j] = lSite;
-    }
-    return true;
+    uint64_t lBits[3];
+    std::memcpy(lBits, &pPoint[0], sizeof(lBits));
+    return MoxGridCellHash(MoxGridLinearHash(lBits, 3));
 }
 
-// The grid cells that hold sites, and the sites of each cell. A bitmap indexed by a linear hash of the
-// cell, small enough to stay in cache and stepped to a neighbour by one addition, answers most lookups of
-// empty cells without touching the table.
-struct MergeCells {
-    // pLinear is the cell's linear hash (MoxGridLinearHash of its coordinates).
-    int Find(const int64_t* pKey, uint64_t pLinear) const
+bool IsFinite(const MoxVector4& pPoint)
+{
+    return std::isfinite(pPoint[0]) && std::isfinite(pPoint[1]) && std::isfinite(pPoint[2]);
+}
+
+// Control points with equal x, y and z (Distance ignores w) share a site: their distances to every other
+// point are equal. The sites are kept in the grid cells that hold them, each cell with a chain of its
+// sites; a site is named by its first point. Points with a non-finite coordinate are in no site: they are
+// never closer than the merge distance to anything. All memory is had up front for the worst case (a site
+// and a cell per point), and only the part used is ever touched.
+class MergeGrid {
+public:
+    // Room for the pCount points of pPoints; false when memory ran out.
+    bool Init(const MoxVector4* pPoints, int pCount)
     {
-        const uint64_t lBit = pLinear >> mOccupiedShift;
-        if (!(mOccupied.GetArray()[lBit >> 6] & (uint64_t(1) << (lBit & 63)))) return -1;
-        const int64_t* lKeys = mKeys.GetArray();
+        mPoints = pPoints;
+        if (pCount > INT_MAX / 3 || !mKeys.Get() || !mFirstSite.Get() || !mNextSite.Get() || !mSitePoint.Get() ||
+            !mRecent.Get() || !mTable.Init(pCount / 8))
+            return false;
+        std::fill(mRecent.Get(), mRecent.Get() + kRecentSlots, -1);
+        return true;
+    }
+
+    explicit MergeGrid(int pCount)
+        : mKeys(3 * int64_t(pCount)), mFirstSite(pCount), mNextSite(pCount), mSitePoint(pCount), mRecent(kRecentSlots)
+    {}
+
+    // The site of point pPoint, added (with its cell when that is new) when pPoint is the first point at
+    // its position; -1 for a non-finite point, -2 when memory ran out.
+    int AddPoint(int pPoint)
+    {
+        const MoxVector4& lPoint = mPoints[pPoint];
+        if (!IsFinite(lPoint)) return -1;
+        int& lRecent = mRecent[PositionHash(lPoint) & (kRecentSlots - 1)];
+        if (lRecent >= 0 && SamePosition(Position(lRecent), lPoint)) return lRecent;
+        int64_t* lKey = mKeys.Get() + 3 * ptrdiff_t(mCellCount);
+        CellOf(lPoint, lKey);
+        const int64_t* lKeys = mKeys.Get();
+        const int lCell = mTable.FindOrAdd(
+            CellHash(lKey), mCellCount,
+            [lKeys, lKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), lKey); },
+            [lKeys](int pCell) { return CellHash(lKeys + 3 * ptrdiff_t(pCell)); });
+        if (lCell < 0) return -2;
+        if (lCell == mCellCount) mFirstSite[mCellCount++] = -1;
+        lRecent = FindInCell(lCell, lPoint);
+        if (lRecent >= 0) return lRecent;
+        mSitePoint[mSiteCount] = pPoint;
+        mNextSite[mSiteCount] = mFirstSite[lCell];
+        mFirstSite[lCell] = mSiteCount;
+        lRecent = mSiteCount;
+        return mSiteCount++;
+    }
+
+    // The site of point pPoint once every point has been added; -1 for a non-finite point.
+    int SiteOf(int pPoint) const
+    {
+        const MoxVector4& lPoint = mPoints[pPoint];
+        if (!IsFinite(lPoint)) return -1;
+        int64_t lKey[3];
+        CellOf(lPoint, lKey);
+        const int64_t* lKeys = mKeys.Get();
+        const int lCell = mTable.Find(
+            CellHash(lKey), [lKeys, &lKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), lKey); });
+        return FindInCell(lCell, lPoint);
+    }
+
+    int CellCount() const { return mCellCount; }
+    int SiteCount() const { return mSiteCount; }
+    const int64_t* Key(int pCell) const { return mKeys.Get() + 3 * ptrdiff_t(pCell); }
+    int FirstSite(int pCell) const { return mFirstSite[pCell]; }
+    int NextSite(int pSite) const { return mNextSite[pSite]; }
+    int SitePoint(int pSite) const { return mSitePoint[pSite]; }
+    const MoxVector4& Position(int pSite) const { return mPoints[mSitePoint[pSite]]; }
+
+    // The cell of pKey, or -1.
+    int FindCell(const int64_t* pKey) const
+    {
+        const int64_t* lKeys = mKeys.Get();
         return mTable.Find(CellHash(pKey),
                            [lKeys, pKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), pKey); });
     }
 
-    int mCount = 0;
-    MoxArray<int64_t> mKeys;  // three coordinates per cell
-    MoxArray<int> mCellOf;    // per site
-    MoxGroups mSites;         // per cell, its sites
-    MoxIdTable mTable;
-    MoxArray<uint64_t> mOccupied;  // bit (linear hash >> shift) set for every cell
-    int mOccupiedShift = 58;
+private:
+    // Sites met lately, by a hash of their position: mesh points come in spatial order, so most points
+    // find their site here, in cache, rather than in the table.
+    static constexpr int kRecentSlots = 1 << 14;
+
+    // The site of cell pCell at pPoint's position, or -1.
+    int FindInCell(int pCell, const MoxVector4& pPoint) const
+    {
+        for (int lSite = mFirstSite[pCell]; lSite >= 0; lSite = mNextSite[lSite])
+            if (SamePosition(mPoints[mSitePoint[lSite]], pPoint)) return lSite;
+        return -1;
+    }
+
+    const MoxVector4* mPoints = nullptr;
+    MoxScratch<int64_t> mKeys;   // three coordinates per cell
+    MoxScratch<int> mFirstSite;  // per cell, its latest site
+    MoxScratch<int> mNextSite;   // per site, the previous site of its cell, or -1
+    MoxScratch<int> mSitePoint;  // per site, its first point
+    MoxScratch<int> mRecent;     // a recent site per position hash, or -1
+    MoxIdTable mTable;           // cells by coordinates
+    int mCellCount = 0;
+    int mSiteCount = 0;
 };
 
-// Sixteen bits per cell (at least 64), indexed by the top bits of the linear hash.
-bool MarkOccupiedCells(MergeCells& pCells)
+// Phase 1: every point joins its site; entry j becomes the first point of j's site, or j. That is the
+// answer whenever no two distinct sites are close. Returns whether any entry is not its own index; -1
+// when memory ran out.
+int AddPoints(MergeGrid& pGrid, int pCount, int* pList)
 {
-    int lBitsLog = 6;
-    while (lBitsLog < 36 && (int64_t(1) << lBitsLog) < 16 * int64_t(pCells.mCount)) ++lBitsLog;
-    if (!MoxFillArray(pCells.mOccupied, static_cast<int>((int64_t(1) << lBitsLog) / 64), uint64_t(0))) return false;
-    pCells.mOccupiedShift = 64 - lBitsLog;
-    for (int c = 0; c < pCells.mCount; ++c) {
-        const uint64_t lBit = MoxGridLinearHash(pCells.mKeys.GetArray() + 3 * ptrdiff_t(c)) >> pCells.mOccupiedShift;
-        pCells.mOccupied.GetArray()[lBit >> 6] |= uint64_t(1) << (lBit & 63);
+    bool lMerged = false;
+    for (int j = 0; j < pCount; ++j) {
+        const int lSite = pGrid.AddPoint(j);
+        if (lSite == -2) return -1;
+        pList[j] = lSite < 0 ? j : pGrid.SitePoint(lSite);
+        lMerged = lMerged || pList[j] != j;
     }
-    return true;
+    return lMerged ? 1 : 0;
 }
 
-bool BuildMergeCells(const MergeSites& pSites, MergeCells& pCells)
-{
-    if (pSites.mCount > INT_MAX / 3 || !pCells.mKeys.Resize(3 * pSites.mCount) ||
-        !pCells.mCellOf.Resize(pSites.mCount) || !pCells.mTable.Init(pSites.mCount))
-        return false;
-    int64_t* lKeys = pCells.mKeys.GetArray();
-    for (int s = 0; s < pSites.mCount; ++s) {
-        int64_t* lKey = lKeys + 3 * ptrdiff_t(pCells.mCount);
-        CellOf(pSites.Position(s), lKey);
-        const int lCell = pCells.mTable.FindOrAdd(
-            CellHash(lKey), pCells.mCount,
-            [lKeys, lKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), lKey); },
-            [lKeys](int pCell) { return CellHash(lKeys + 3 * ptrdiff_t(pCell)); });
-        if (lCell < 0) return false;
-        if (lCell == pCells.mCount) ++pCells.mCount;
-        pCells.mCellOf.GetArray()[s] = lCell;
+// Cells that hold sites, as a bitmap indexed by the top bits of their linear hash: small enough to stay
+// in cache and stepped to a neighbour by one addition, it answers most lookups of empty cells without
+// touching the grid's table. Sixteen bits per cell, at least 64.
+class OccupiedCells {
+public:
+    bool Build(const MergeGrid& pGrid)
+    {
+        int lBitsLog = 6;
+        while (lBitsLog < 36 && (int64_t(1) << lBitsLog) < 16 * int64_t(pGrid.CellCount())) ++lBitsLog;
+        mShift = 64 - lBitsLog;
+        const int64_t lWords = (int64_t(1) << lBitsLog) / 64;
+        if (!mBits.Resize(static_cast<int>(lWords))) return false;
+        uint64_t* lBits = mBits.GetArray();
+        for (int c = 0; c < pGrid.CellCount(); ++c) {
+            const uint64_t lBit = MoxGridLinearHash(pGrid.Key(c)) >> mShift;
+            lBits[lBit >> 6] |= uint64_t(1) << (lBit & 63);
+        }
+        return true;
     }
-    return MoxBuildGroups(pCells.mCellOf.GetArray(), pSites.mCount, pCells.mCount, pCells.mSites) &&
-           MarkOccupiedCells(pCells);
-}
+
+    // Whether a cell of linear hash pLinear may hold sites.
+    bool MayHold(uint64_t pLinear) const
+    {
+        const uint64_t lBit = pLinear >> mShift;
+        return (mBits.GetArray()[lBit >> 6] >> (lBit & 63)) & 1;
+    }
+
+private:
+    MoxArray<uint64_t> mBits;
+    int mShift = 58;
+};
 
 // Pairs of distinct sites closer than the merge distance, both ways, grouped by their first site.
 struct ClosePairs {
@@ -193,25 +248,51 @@ struct ClosePairs {
 };
 
 // Tests the sites of cell pA against those of cell pB (each pair once when both are the same cell).
-bool AddClosePairs(const MergeSites& pSites, const MergeCells& pCells, int pA, int pB, ClosePairs& pPairs)
+bool AddClosePairs(const MergeGrid& pGrid, int pA, int pB, ClosePairs& pPairs)
 {
-    const MoxGroups& lSites = pCells.mSites;
-    for (int a = lSites.Begin(pA); a < lSites.End(pA); ++a) {
-        const int lSiteA = lSites.Item(a);
-        for (int b = pA == pB ? a + 1 : lSites.Begin(pB); b < lSites.End(pB); ++b) {
-            const int lSiteB = lSites.Item(b);
-            if (pSites.Position(lSiteA).Distance(pSites.Position(lSiteB)) < sgMergeDistance &&
-                !pPairs.Add(lSiteA, lSiteB))
-                return false;
-        }
+    for (int a = pGrid.FirstSite(pA); a >= 0; a = pGrid.NextSite(a)) {
+        for (int b = pA == pB ? pGrid.NextSite(a) : pGrid.FirstSite(pB); b >= 0; b = pGrid.NextSite(b))
+            if (pGrid.Position(a).Distance(pGrid.Position(b)) < sgMergeDistance && !pPairs.Add(a, b)) return false;
     }
     return true;
 }
 
-// Every pair of close sites lies in one cell or in two neighbouring cells; each cell visits itself and the
-// half of its 26 neighbours that follow it, so every pair of cells is tested once.
-bool FindClosePairs(const MergeSites& pSites, const MergeCells& pCells, ClosePairs& pPairs)
+// Per axis, which neighbours of cell pCell may hold a site close to one of its sites: bit 0 the lower
+// neighbour, bit 1 the upper one. A site closer than the merge distance to one across the lower border
+// of its cell lies in the lower half of the cell (its scaled coordinate's fraction is below one half),
+// and across the upper border in the upper half, give or take the rounding of the scaled coordinates and
+// of the distance, which a margin of 1/64 cell covers while scaled coordinates are below 2^40; beyond
+// that both neighbours are kept.
+void NeighbourSides(const MergeGrid& pGrid, int pCell, int* pSides)
 {
+    constexpr double lScale = 1.0 / (2.0 * sgMergeDistance);
+    constexpr double lMargin = 1.0 / 64.0;
+    constexpr double lExact = 1099511627776.0;  // 2^40
+    pSides[0] = pSides[1] = pSides[2] = 0;
+    for (int lSite = pGrid.FirstSite(pCell); lSite >= 0; lSite = pGrid.NextSite(lSite)) {
+        for (int k = 0; k < 3; ++k) {
+            const double lScaled = pGrid.Position(lSite)[k] * lScale;
+            const double lFraction = lScaled - std::floor(lScaled);
+            const bool lHuge = !(std::fabs(lScaled) < lExact);
+            pSides[k] |= (lHuge || lFraction < 0.5 + lMargin ? 1 : 0) | (lHuge || lFraction > 0.5 - lMargin ? 2 : 0);
+        }
+    }
+}
+
+// Whether the neighbour at step pStep (each component -1, 0 or 1) is on the sides pSides allows.
+bool OnAllowedSides(const int64_t* pStep, const int* pSides)
+{
+    for (int k = 0; k < 3; ++k)
+        if ((pStep[k] < 0 && !(pSides[k] & 1)) || (pStep[k] > 0 && !(pSides[k] & 2))) return false;
+    return true;
+}
+
+// Phase 2: each cell visits itself and the half of its 26 neighbours that follow it, so every pair of
+// cells is tested once; a neighbour is skipped when no site of the cell is near the shared border.
+bool FindClosePairs(const MergeGrid& pGrid, ClosePairs& pPairs)
+{
+    OccupiedCells lOccupied;
+    if (!lOccupied.Build(pGrid)) return false;
     int64_t lSteps[27][3];
     uint64_t lStepHashes[27];
     for (int lOffset = 13; lOffset < 27; ++lOffset) {
@@ -220,70 +301,62 @@ bool FindClosePairs(const MergeSites& pSites, const MergeCells& pCells, ClosePai
         lSteps[lOffset][2] = lOffset % 3 - 1;
         lStepHashes[lOffset] = MoxGridLinearHash(lSteps[lOffset]);
     }
-    for (int c = 0; c < pCells.mCount; ++c) {
-        const int64_t* lKey = pCells.mKeys.GetArray() + 3 * ptrdiff_t(c);
+    for (int c = 0; c < pGrid.CellCount(); ++c) {
+        const int64_t* lKey = pGrid.Key(c);
         const uint64_t lLinear = MoxGridLinearHash(lKey);
-        for (int lOffset = 13; lOffset < 27; ++lOffset) {
+        int lSides[3];
+        NeighbourSides(pGrid, c, lSides);
+        if (!AddClosePairs(pGrid, c, c, pPairs)) return false;
+        for (int lOffset = 14; lOffset < 27; ++lOffset) {
+            if (!OnAllowedSides(lSteps[lOffset], lSides) || !lOccupied.MayHold(lLinear + lStepHashes[lOffset]))
+                continue;
             const int64_t lNeighbour[3] = {lKey[0] + lSteps[lOffset][0], lKey[1] + lSteps[lOffset][1],
                                            lKey[2] + lSteps[lOffset][2]};
-            const int lOther = lOffset == 13 ? c : pCells.Find(lNeighbour, lLinear + lStepHashes[lOffset]);
-            if (lOther >= 0 && !AddClosePairs(pSites, pCells, c, lOther, pPairs)) return false;
+            const int lOther = pGrid.FindCell(lNeighbour);
+            if (lOther >= 0 && !AddClosePairs(pGrid, c, lOther, pPairs)) return false;
         }
     }
-    return MoxBuildGroups(pPairs.mFrom.GetArray(), pPairs.mFrom.GetCount(), pSites.mCount, pPairs.mBySite);
-}
-
-// The points of each site, needed only to find the last point of a close site before a given point.
-bool GroupSitePoints(const ClosePairs& pPairs, int pCount, MergeSites& pSites)
-{
     return pPairs.mFrom.GetCount() == 0 ||
-           MoxBuildGroups(pSites.mSiteOf.GetArray(), pCount, pSites.mCount, pSites.mPoints);
+           MoxBuildGroups(pPairs.mFrom.GetArray(), pPairs.mFrom.GetCount(), pGrid.SiteCount(), pPairs.mBySite);
 }
 
-// The last point of pSite below pPoint, or -1.
-int LastPointBefore(const MergeSites& pSites, int pSite, int pPoint)
+// Phase 3, when distinct sites are close: entry j becomes the entry of the last i < j closer than the
+// merge distance, or j. The all-pairs rule "for each i, every later j close to i takes i's entry" leaves
+// exactly that, since a later i overwrites an earlier one and entry i never exceeds i. Going through the
+// points in order, the last point of a site before j is the last one seen. False when memory ran out.
+bool ResolveClosePairs(const MergeGrid& pGrid, const ClosePairs& pPairs, int pCount, int* pList, bool& pMerged)
 {
-    const int* lFirst = pSites.mPoints.mItems.GetArray() + pSites.mPoints.Begin(pSite);
-    const int* lEnd = pSites.mPoints.mItems.GetArray() + pSites.mPoints.End(pSite);
-    const int* lFound = std::lower_bound(lFirst, lEnd, pPoint);
-    return lFound == lFirst ? -1 : lFound[-1];
-}
-
-// Entry j becomes the entry of the last i < j closer than the merge distance, or j: the all-pairs rule
-// "for each i, every later j close to i takes i's entry" leaves exactly that, since a later i overwrites
-// an earlier one and entry i never exceeds i. Returns whether any pair was close; false without an answer
-// (pMerged untouched) when memory ran out.
-bool ResolveMergeList(const MergeSites& pSites, const ClosePairs& pPairs, int pCount, int* pList, bool& pMerged)
-{
-    MoxArray<int> lLastSeen;
-    if (!MoxFillArray(lLastSeen, pSites.mCount, -1)) return false;
+    MoxScratch<int> lLastSeen(pGrid.SiteCount());
+    if (!lLastSeen.Get()) return false;
+    std::fill(lLastSeen.Get(), lLastSeen.Get() + pGrid.SiteCount(), -1);
     bool lMerged = false;
     for (int j = 0; j < pCount; ++j) {
-        const int lSite = pSites.mSiteOf.GetArray()[j];
+        const int lSite = pGrid.SiteOf(j);
         if (lSite < 0) {
             pList[j] = j;
             continue;
         }
-        int lBest = lLastSeen.GetArray()[lSite];
+        int lBest = lLastSeen[lSite];
         for (int k = pPairs.mBySite.Begin(lSite); k < pPairs.mBySite.End(lSite); ++k)
-            lBest = std::max(lBest, LastPointBefore(pSites, pPairs.mTo.GetArray()[pPairs.mBySite.Item(k)], j));
+            lBest = std::max(lBest, lLastSeen[pPairs.mTo.GetArray()[pPairs.mBySite.Item(k)]]);
         pList[j] = lBest >= 0 ? pList[lBest] : j;
         lMerged = lMerged || lBest >= 0;
-        lLastSeen.GetArray()[lSite] = j;
+        lLastSeen[lSite] = j;
     }
     pMerged = lMerged;
     return true;
 }
 
-// False when memory ran out.
+// False when memory ran out (pList and pMerged then hold no answer).
 bool FillMergeList(const MoxVector4* pPoints, int pCount, int* pList, bool& pMerged)
 {
-    MergeSites lSites;
-    MergeCells lCells;
+    MergeGrid lGrid(pCount);
     ClosePairs lPairs;
-    return BuildMergeSites(pPoints, pCount, lSites) && BuildMergeCells(lSites, lCells) &&
-           FindClosePairs(lSites, lCells, lPairs) && GroupSitePoints(lPairs, pCount, lSites) &&
-           ResolveMergeList(lSites, lPairs, pCount, pList, pMerged);
+    if (!lGrid.Init(pPoints, pCount)) return false;
+    const int lMerged = AddPoints(lGrid, pCount, pList);
+    if (lMerged < 0 || !FindClosePairs(lGrid, lPairs)) return false;
+    pMerged = lMerged > 0;
+    return lPairs.mFrom.GetCount() == 0 || ResolveClosePairs(lGrid, lPairs, pCount, pList, pMerged);
 }
 
 }  // namespace
