@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "moxsdk/core/moxassert.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "moxsdk/scene/moxcluster.h"
 #include "moxsdk/scene/moxshape.h"
@@ -84,6 +85,7 @@ public:
         : mElement(pLayer.GetNormals()), mMode(mElement ? mElement->GetMappingMode() : MoxLayerElement::eNone)
     {
         if (mMode != MoxLayerElement::eByControlPoint) return;
+        mReader.Bind(mElement);
         mDirect = &mElement->GetDirectArray();
         if (mElement->GetReferenceMode() != MoxLayerElement::eDirect) mIndices = &mElement->GetIndexArray();
     }
@@ -95,37 +97,46 @@ public:
     MoxVector4 First() const { return mElement ? MoxVector4(0.0, 0.0, 0.0, 1.0) : MoxVector4(0.0, 0.0, 0.0, 0.0); }
 
     // Updates pNormal for position pPosition of polygon pPolygon, whose control point is pControlPoint.
-    // Indices outside the arrays read (0, 0, 0, 0) and 0.
+    // Indices outside the arrays read (0, 0, 0, 0) and 0, through the arrays' own checked reads.
     void Read(const MoxMesh& pMesh, int pPolygon, int pPosition, int pControlPoint, MoxVector4& pNormal) const
     {
+        int lIndex = -1;
         if (mMode == MoxLayerElement::eByPolygonVertex) {
             pMesh.GetPolygonVertexNormal(pPolygon, pPosition, pNormal);
-        } else if (mMode == MoxLayerElement::eByControlPoint) {
-            int lIndex = pControlPoint;
-            if (mIndices) {
-                lIndex = mIndices->GetAt(pControlPoint);
-                if (lIndex < 0 || lIndex >= mDirect->GetCount())
-                    _MoxAssert(sgFile, sgSplit, __LINE__,
-                               "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()");
-            }
-            pNormal = mDirect->GetAt(lIndex);
+        } else if (mMode == MoxLayerElement::eByControlPoint &&
+                   !(mReader.TryIndex(pControlPoint, lIndex) && mReader.Value(lIndex, pNormal))) {
+            ReadOutside(pControlPoint, pNormal);
         }
     }
 
 private:
+    // The by-control-point read that leaves an array, with its reports.
+    void ReadOutside(int pControlPoint, MoxVector4& pNormal) const
+    {
+        int lIndex = pControlPoint;
+        if (mIndices) {
+            lIndex = mIndices->GetAt(pControlPoint);
+            if (lIndex < 0 || lIndex >= mDirect->GetCount())
+                _MoxAssert(sgFile, sgSplit, __LINE__,
+                           "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()");
+        }
+        pNormal = mDirect->GetAt(lIndex);
+    }
+
     const MoxLayerElementNormal* mElement;
     MoxLayerElement::EMappingMode mMode;
+    MoxLayerElementReader<MoxVector4> mReader;
     const VectorArray* mDirect = nullptr;
     const IndexArray* mIndices = nullptr;
 };
 
 // The UV each polygon vertex records from the UV set being split: through GetTextureUVIndex per polygon
 // vertex, or at the control point (index array not consulted); other mapping modes leave the previous
-// value, (0, 0) at first.
+// value, (0, 0) at first. An index outside the direct array reads through the array's checked read.
 class SplitUVReader {
 public:
     SplitUVReader(const MoxLayerElementUV* pUVs, const UVArray* pDirect, MoxLayerElement::EType pType)
-        : mType(pType), mMode(pUVs ? pUVs->GetMappingMode() : MoxLayerElement::eByMesh), mDirect(pDirect)
+        : mType(pType), mMode(pUVs ? pUVs->GetMappingMode() : MoxLayerElement::eByMesh), mReader(pUVs), mDirect(pDirect)
     {}
 
     bool Varies() const
@@ -138,15 +149,21 @@ public:
         if (mMode == MoxLayerElement::eByPolygonVertex) {
             const int lUVIndex = pMesh.GetTextureUVIndex(pPolygon, pPosition, mType);
             if (lUVIndex == -1) _MoxAssert(sgFile, sgSplit, __LINE__, "-1 != lUVindex");
-            pUV = mDirect->GetAt(lUVIndex);
+            ReadDirect(lUVIndex, pUV);
         } else if (mMode == MoxLayerElement::eByControlPoint) {
-            pUV = mDirect->GetAt(pControlPoint);
+            ReadDirect(pControlPoint, pUV);
         }
     }
 
 private:
+    void ReadDirect(int pIndex, MoxVector2& pUV) const
+    {
+        if (!mReader.Value(pIndex, pUV)) pUV = mDirect->GetAt(pIndex);
+    }
+
     MoxLayerElement::EType mType;
     MoxLayerElement::EMappingMode mMode;
+    MoxLayerElementReader<MoxVector2> mReader;
     const UVArray* mDirect;
 };
 

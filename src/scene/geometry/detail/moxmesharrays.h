@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
+#include "core/base/moxcountingsort.h"
 #include "moxsdk/core/base/moxarray.h"
 
 namespace moxsdk {
@@ -23,8 +25,9 @@ bool MoxFillArray(MoxArray<T>& pArray, int pCount, const T& pValue)
     return true;
 }
 
-// Items grouped by key (count, prefix sum, fill): group g holds, in increasing order, the items i with
-// key g, at mItems[Begin(g) .. End(g)). Items whose key is outside 0 .. group count - 1 are left out.
+// Items grouped by key (the counting sort of core/base/moxcountingsort.h): group g holds, in increasing
+// order, the items i with key g, at mItems[Begin(g) .. End(g)). Items whose key is outside
+// 0 .. group count - 1 are left out.
 struct MoxGroups {
     int Begin(int pGroup) const { return mOffsets.GetArray()[pGroup]; }
     int End(int pGroup) const { return mOffsets.GetArray()[pGroup + 1]; }
@@ -34,23 +37,18 @@ struct MoxGroups {
     MoxArray<int> mItems;
 };
 
-// False when memory ran out.
+// False when memory ran out. Neither array is zero-filled: every entry is written.
 inline bool MoxBuildGroups(const int* pKeyOf, int pItemCount, int pGroupCount, MoxGroups& pGroups)
 {
-    if (pGroupCount < 0 || pGroupCount == INT_MAX || !pGroups.mOffsets.Resize(pGroupCount + 1)) return false;
+    if (pGroupCount < 0 || pGroupCount == INT_MAX || !pGroups.mOffsets.ResizeUninitialized(pGroupCount + 1))
+        return false;
     int* lOffsets = pGroups.mOffsets.GetArray();
-    std::memset(lOffsets, 0, static_cast<size_t>(pGroupCount + 1) * sizeof(int));
-    for (int i = 0; i < pItemCount; ++i)
-        if (static_cast<unsigned>(pKeyOf[i]) < static_cast<unsigned>(pGroupCount)) ++lOffsets[pKeyOf[i] + 1];
-    for (int g = 0; g < pGroupCount; ++g) lOffsets[g + 1] += lOffsets[g];
-    if (!pGroups.mItems.Resize(lOffsets[pGroupCount])) return false;
-    // Fill with the group starts as cursors; each cursor ends at the next group's start, so shifting the
-    // offsets up by one restores them.
+    const auto lKeyOf = [pKeyOf](int pItem) { return static_cast<int64_t>(pKeyOf[pItem]); };
+    MoxCountKeys(pItemCount, pGroupCount, lKeyOf, lOffsets);
+    if (!pGroups.mItems.ResizeUninitialized(MoxPrefixSum(lOffsets, pGroupCount))) return false;
     int* lItems = pGroups.mItems.GetArray();
-    for (int i = 0; i < pItemCount; ++i)
-        if (static_cast<unsigned>(pKeyOf[i]) < static_cast<unsigned>(pGroupCount)) lItems[lOffsets[pKeyOf[i]]++] = i;
-    for (int g = pGroupCount; g > 0; --g) lOffsets[g] = lOffsets[g - 1];
-    lOffsets[0] = 0;
+    MoxPlaceByKey(pItemCount, pGroupCount, lKeyOf, lOffsets, [lItems](int pItem, int pSlot) { lItems[pSlot] = pItem; });
+    MoxRestoreStarts(lOffsets, pGroupCount);
     return true;
 }
 
