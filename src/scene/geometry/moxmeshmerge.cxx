@@ -65,11 +65,6 @@ uint64_t CellHash(const int64_t* pKey)
     return MoxGridBlockSlotHash(lBlock, lOffset, lBlock ^ (lOffset << 32));
 }
 
-bool SamePosition(const MoxVector4& pA, const MoxVector4& pB)
-{
-    return pA[0] == pB[0] && pA[1] == pB[1] && pA[2] == pB[2];
-}
-
 bool SameCell(const int64_t* pA, const int64_t* pB)
 {
     return pA[0] == pB[0] && pA[1] == pB[1] && pA[2] == pB[2];
@@ -94,20 +89,16 @@ bool IsFinite(const MoxVector4& pPoint)
 // and a cell per point), and only the part used is ever touched.
 class MergeGrid {
 public:
+    explicit MergeGrid(int pCount) : mCells(pCount), mSites(pCount), mRecent(kRecentSlots) {}
+
     // Room for the pCount points of pPoints; false when memory ran out.
     bool Init(const MoxVector4* pPoints, int pCount)
     {
         mPoints = pPoints;
-        if (pCount > INT_MAX / 3 || !mKeys.Get() || !mFirstSite.Get() || !mNextSite.Get() || !mSitePoint.Get() ||
-            !mRecent.Get() || !mTable.Init(pCount / 8))
-            return false;
+        if (!mCells.Get() || !mSites.Get() || !mRecent.Get() || !mTable.Init(pCount / 8)) return false;
         std::fill(mRecent.Get(), mRecent.Get() + kRecentSlots, -1);
         return true;
     }
-
-    explicit MergeGrid(int pCount)
-        : mKeys(3 * int64_t(pCount)), mFirstSite(pCount), mNextSite(pCount), mSitePoint(pCount), mRecent(kRecentSlots)
-    {}
 
     // The site of point pPoint, added (with its cell when that is new) when pPoint is the first point at
     // its position; -1 for a non-finite point, -2 when memory ran out.
@@ -116,21 +107,19 @@ public:
         const MoxVector4& lPoint = mPoints[pPoint];
         if (!IsFinite(lPoint)) return -1;
         int& lRecent = mRecent[PositionHash(lPoint) & (kRecentSlots - 1)];
-        if (lRecent >= 0 && SamePosition(Position(lRecent), lPoint)) return lRecent;
-        int64_t* lKey = mKeys.Get() + 3 * ptrdiff_t(mCellCount);
-        CellOf(lPoint, lKey);
-        const int64_t* lKeys = mKeys.Get();
+        if (lRecent >= 0 && mSites[lRecent].At(lPoint)) return lRecent;
+        Cell& lNew = mCells[mCellCount];
+        CellOf(lPoint, lNew.mKey);
+        const Cell* lCells = mCells.Get();
         const int lCell = mTable.FindOrAdd(
-            CellHash(lKey), mCellCount,
-            [lKeys, lKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), lKey); },
-            [lKeys](int pCell) { return CellHash(lKeys + 3 * ptrdiff_t(pCell)); });
+            CellHash(lNew.mKey), mCellCount, [lCells, &lNew](int pCell) { return lCells[pCell].Is(lNew.mKey); },
+            [lCells](int pCell) { return CellHash(lCells[pCell].mKey); });
         if (lCell < 0) return -2;
-        if (lCell == mCellCount) mFirstSite[mCellCount++] = -1;
+        if (lCell == mCellCount) mCells[mCellCount++].mFirstSite = -1;
         lRecent = FindInCell(lCell, lPoint);
         if (lRecent >= 0) return lRecent;
-        mSitePoint[mSiteCount] = pPoint;
-        mNextSite[mSiteCount] = mFirstSite[lCell];
-        mFirstSite[lCell] = mSiteCount;
+        mSites[mSiteCount] = Site{{lPoint[0], lPoint[1], lPoint[2]}, pPoint, mCells[lCell].mFirstSite};
+        mCells[lCell].mFirstSite = mSiteCount;
         lRecent = mSiteCount;
         return mSiteCount++;
     }
@@ -142,26 +131,27 @@ public:
         if (!IsFinite(lPoint)) return -1;
         int64_t lKey[3];
         CellOf(lPoint, lKey);
-        const int64_t* lKeys = mKeys.Get();
-        const int lCell = mTable.Find(
-            CellHash(lKey), [lKeys, &lKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), lKey); });
-        return FindInCell(lCell, lPoint);
+        return FindInCell(FindCell(lKey), lPoint);
     }
 
     int CellCount() const { return mCellCount; }
     int SiteCount() const { return mSiteCount; }
-    const int64_t* Key(int pCell) const { return mKeys.Get() + 3 * ptrdiff_t(pCell); }
-    int FirstSite(int pCell) const { return mFirstSite[pCell]; }
-    int NextSite(int pSite) const { return mNextSite[pSite]; }
-    int SitePoint(int pSite) const { return mSitePoint[pSite]; }
-    const MoxVector4& Position(int pSite) const { return mPoints[mSitePoint[pSite]]; }
+    const int64_t* Key(int pCell) const { return mCells[pCell].mKey; }
+    int FirstSite(int pCell) const { return mCells[pCell].mFirstSite; }
+    int NextSite(int pSite) const { return mSites[pSite].mNext; }
+    int SitePoint(int pSite) const { return mSites[pSite].mPoint; }
+    // The site's x, y and z (w does not count in distances).
+    MoxVector4 Position(int pSite) const
+    {
+        const Site& lSite = mSites[pSite];
+        return MoxVector4(lSite.mPosition[0], lSite.mPosition[1], lSite.mPosition[2]);
+    }
 
     // The cell of pKey, or -1.
     int FindCell(const int64_t* pKey) const
     {
-        const int64_t* lKeys = mKeys.Get();
-        return mTable.Find(CellHash(pKey),
-                           [lKeys, pKey](int pCell) { return SameCell(lKeys + 3 * ptrdiff_t(pCell), pKey); });
+        const Cell* lCells = mCells.Get();
+        return mTable.Find(CellHash(pKey), [lCells, pKey](int pCell) { return lCells[pCell].Is(pKey); });
     }
 
 private:
@@ -169,21 +159,37 @@ private:
     // find their site here, in cache, rather than in the table.
     static constexpr int kRecentSlots = 1 << 14;
 
+    // What a lookup reads of a cell, and of a site, lies in one cache line.
+    struct Cell {
+        bool Is(const int64_t* pKey) const { return SameCell(mKey, pKey); }
+
+        int64_t mKey[3];
+        int mFirstSite;  // its latest site
+    };
+    struct Site {
+        bool At(const MoxVector4& pPoint) const
+        {
+            return mPosition[0] == pPoint[0] && mPosition[1] == pPoint[1] && mPosition[2] == pPoint[2];
+        }
+
+        double mPosition[3];
+        int mPoint;  // its first point
+        int mNext;   // the previous site of its cell, or -1
+    };
+
     // The site of cell pCell at pPoint's position, or -1.
     int FindInCell(int pCell, const MoxVector4& pPoint) const
     {
-        for (int lSite = mFirstSite[pCell]; lSite >= 0; lSite = mNextSite[lSite])
-            if (SamePosition(mPoints[mSitePoint[lSite]], pPoint)) return lSite;
+        for (int lSite = mCells[pCell].mFirstSite; lSite >= 0; lSite = mSites[lSite].mNext)
+            if (mSites[lSite].At(pPoint)) return lSite;
         return -1;
     }
 
     const MoxVector4* mPoints = nullptr;
-    MoxScratch<int64_t> mKeys;   // three coordinates per cell
-    MoxScratch<int> mFirstSite;  // per cell, its latest site
-    MoxScratch<int> mNextSite;   // per site, the previous site of its cell, or -1
-    MoxScratch<int> mSitePoint;  // per site, its first point
-    MoxScratch<int> mRecent;     // a recent site per position hash, or -1
-    MoxIdTable mTable;           // cells by coordinates
+    MoxScratch<Cell> mCells;
+    MoxScratch<Site> mSites;
+    MoxScratch<int> mRecent;  // a recent site per position hash, or -1
+    MoxIdTable mTable;        // cells by coordinates
     int mCellCount = 0;
     int mSiteCount = 0;
 };
