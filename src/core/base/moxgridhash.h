@@ -2,7 +2,7 @@
 // Cell hashing for uniform grids: values within a distance of each other are found by bucketing them
 // into cells a little wider than that distance and looking only at a cell and its neighbours.
 //
-// A cell is a key of up to kMoxGridMaxWords 64-bit words (integer coordinates, or anything else the
+// A cell is a key of up to sgGridMaxWords 64-bit words (integer coordinates, or anything else the
 // caller keys by: an index, flags, the bits of a double). MoxGridLinearHash combines the words linearly,
 // so the key of a neighbour (one word changed by d) hashes to the cell's hash plus d times that word's
 // multiplier: a caller steps to neighbours by one addition (MoxGridStepHash), and may test those steps
@@ -18,28 +18,28 @@
 
 namespace moxsdk {
 
-constexpr int kMoxGridMaxWords = 6;
+constexpr int sgGridMaxWords = 6;
 
 // Odd multipliers, one per word of a key.
-constexpr uint64_t kMoxGridMultipliers[kMoxGridMaxWords] = {0x9e3779b97f4a7c15ULL, 0xc2b2ae3d27d4eb4fULL,
-                                                            0x165667b19e3779f9ULL, 0xd6e8feb86659fd93ULL,
-                                                            0xa0761d6478bd642fULL, 0xe7037ed1a0b428dbULL};
+constexpr uint64_t sgGridMultipliers[sgGridMaxWords] = {0x9e3779b97f4a7c15ULL, 0xc2b2ae3d27d4eb4fULL,
+                                                        0x165667b19e3779f9ULL, 0xd6e8feb86659fd93ULL,
+                                                        0xa0761d6478bd642fULL, 0xe7037ed1a0b428dbULL};
 
 // The grid coordinate of a value on cells 1 / pScale wide: floor(pValue * pScale), clamped to +-2^62 so
 // that huge values (where only equal values are close) still give an integer a neighbour step cannot
 // overflow. Monotone in pValue. Not for NaN.
 inline int64_t MoxGridCoordinate(double pValue, double pScale)
 {
-    constexpr double kLimit = 4611686018427387904.0;  // 2^62
+    constexpr double lLimit = 4611686018427387904.0;  // 2^62
     const double lCell = std::floor(pValue * pScale);
-    return static_cast<int64_t>(std::min(std::max(lCell, -kLimit), kLimit));
+    return static_cast<int64_t>(std::min(std::max(lCell, -lLimit), lLimit));
 }
 
-// The linear hash of the pCount words of a key (pCount <= kMoxGridMaxWords).
+// The linear hash of the pCount words of a key (pCount <= sgGridMaxWords).
 inline uint64_t MoxGridLinearHash(const uint64_t* pWords, int pCount)
 {
     uint64_t lHash = 0;
-    for (int i = 0; i < pCount; ++i) lHash += pWords[i] * kMoxGridMultipliers[i];
+    for (int i = 0; i < pCount; ++i) lHash += pWords[i] * sgGridMultipliers[i];
     return lHash;
 }
 
@@ -53,7 +53,7 @@ inline uint64_t MoxGridLinearHash(const int64_t* pKey)
 // What a step of pDelta along word pWord adds to a linear hash.
 inline uint64_t MoxGridStepHash(int pWord, int64_t pDelta)
 {
-    return uint64_t(pDelta) * kMoxGridMultipliers[pWord];
+    return uint64_t(pDelta) * sgGridMultipliers[pWord];
 }
 
 // A table hash of a key from its linear hash.

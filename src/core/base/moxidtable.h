@@ -31,7 +31,7 @@ public:
     // An empty table with room for pExpected ids before the first growth; false when memory ran out.
     bool Init(int pExpected)
     {
-        int64_t lCapacity = kMinCapacity;
+        int64_t lCapacity = sgMinCapacity;
         while (lCapacity < 2 * int64_t(pExpected)) lCapacity *= 2;
         return Allocate(lCapacity);
     }
@@ -65,13 +65,13 @@ private:
         uint32_t mTag;
         int mId;  // -1 for an empty slot
     };
-    static constexpr int64_t kMinCapacity = 1024;
-    static constexpr int64_t kMaxCapacity = int64_t(1) << 30;
+    static constexpr int64_t sgMinCapacity = 1024;
+    static constexpr int64_t sgMaxCapacity = int64_t(1) << 30;
 
     // Replaces the slots by pCapacity empty ones (a power of two); false, unchanged, when memory ran out.
     bool Allocate(int64_t pCapacity)
     {
-        if (pCapacity > kMaxCapacity) return false;
+        if (pCapacity > sgMaxCapacity) return false;
         auto* lSlots = static_cast<Slot*>(MoxMalloc(static_cast<size_t>(pCapacity) * sizeof(Slot)));
         if (!lSlots) return false;
         std::memset(static_cast<void*>(lSlots), 0xff, static_cast<size_t>(pCapacity) * sizeof(Slot));

@@ -30,12 +30,14 @@
 #include "moxsdk/scene/moxskin.h"
 #include "scene/geometry/detail/moxmesharrays.h"
 #include "scene/geometry/detail/moxmeshedgepairs.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/detail/moxmeshtargetshapes.h"
 
 namespace moxsdk {
 namespace {
 
 using namespace detail;
+using namespace detail::meshreports;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
 constexpr const char* sgMerge = "MergePointsForPolygonVerteNormals";
@@ -89,14 +91,14 @@ bool IsFinite(const MoxVector4& pPoint)
 // and a cell per point), and only the part used is ever touched.
 class MergeGrid {
 public:
-    explicit MergeGrid(int pCount) : mCells(pCount), mSites(pCount), mRecent(kRecentSlots) {}
+    explicit MergeGrid(int pCount) : mCells(pCount), mSites(pCount), mRecent(sgRecentSlots) {}
 
     // Room for the pCount points of pPoints; false when memory ran out.
     bool Init(const MoxVector4* pPoints, int pCount)
     {
         mPoints = pPoints;
         if (!mCells.Get() || !mSites.Get() || !mRecent.Get() || !mTable.Init(pCount / 8)) return false;
-        std::fill(mRecent.Get(), mRecent.Get() + kRecentSlots, -1);
+        std::fill(mRecent.Get(), mRecent.Get() + sgRecentSlots, -1);
         return true;
     }
 
@@ -106,7 +108,7 @@ public:
     {
         const MoxVector4& lPoint = mPoints[pPoint];
         if (!IsFinite(lPoint)) return -1;
-        int& lRecent = mRecent[PositionHash(lPoint) & (kRecentSlots - 1)];
+        int& lRecent = mRecent[PositionHash(lPoint) & (sgRecentSlots - 1)];
         if (lRecent >= 0 && mSites[lRecent].At(lPoint)) return lRecent;
         Cell& lNew = mCells[mCellCount];
         CellOf(lPoint, lNew.mKey);
@@ -157,7 +159,7 @@ public:
 private:
     // Sites met lately, by a hash of their position: mesh points come in spatial order, so most points
     // find their site here, in cache, rather than in the table.
-    static constexpr int kRecentSlots = 1 << 14;
+    static constexpr int sgRecentSlots = 1 << 14;
 
     // What a lookup reads of a cell, and of a site, lies in one cache line.
     struct Cell {
@@ -475,7 +477,7 @@ void ReduceMergedEdges(MoxMesh& pMesh)
     const int lEdgeCount = pMesh.mEdgeArray.GetCount();
     if (lEdgeCount == 0) return;
     if (lEdgeCount != pMesh.mPolygonVertices.GetCount())
-        _MoxAssert(sgFile, sgMerge, __LINE__, "mEdgeArray.GetCount() == mPolygonVertices.GetCount()");
+        _MoxAssert(sgFile, sgMerge, __LINE__, sgEdgeCountNotVertexCount.mText);
     MoxEdgePairIndex lPairs;
     EdgeEnds lEnds;
     MoxArray<int> lKept;
@@ -572,7 +574,7 @@ void TruncateTargetShape(MoxShape& pShape, int pCount, MoxArray<MoxVector4>& pSa
 {
     VectorArray* lNormals = nullptr;
     bool lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, sgNoNormalArray.mText);
     if (pSavedPoints.GetCount() == 0 && pCount > 0) {
         if (!MoxFillArray(pSavedPoints, pCount, MoxVector4()) || !MoxFillArray(pSavedNormals, pCount, MoxVector4())) {
             pSavedPoints.Clear();
@@ -587,7 +589,7 @@ void TruncateTargetShape(MoxShape& pShape, int pCount, MoxArray<MoxVector4>& pSa
     pShape.InitControlPoints(pCount);
     pShape.InitNormals();
     lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, sgNoNormalArray.mText);
     if (pSavedPoints.GetCount() == 0) return;
     const int lPointCount = std::min(pCount, pShape.GetControlPointsCount());
     if (lPointCount > 0)
@@ -606,7 +608,7 @@ void MoxMesh::MergePointsForPolygonVerteNormals(MoxArray<int>& pMergeList)
     const int lCount = GetControlPointsCount();
     VectorArray* lNormals = nullptr;
     const bool lValid = GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, sgNoNormalArray.mText);
     NotePolygonEdit();
     ReorderNormalsByPolygonVertex(*this, pMergeList, lCount, lNormals);
     ReduceMergedEdges(*this);

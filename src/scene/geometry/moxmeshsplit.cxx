@@ -23,12 +23,14 @@
 #include "moxsdk/scene/moxskin.h"
 #include "scene/geometry/detail/moxmesharrays.h"
 #include "scene/geometry/detail/moxmeshedgepairs.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/detail/moxmeshtargetshapes.h"
 
 namespace moxsdk {
 namespace {
 
 using namespace detail;
+using namespace detail::meshreports;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
 constexpr const char* sgSplit = "SplitPoints";
@@ -117,8 +119,7 @@ private:
         if (mIndices) {
             lIndex = mIndices->GetAt(pControlPoint);
             if (lIndex < 0 || lIndex >= mDirect->GetCount())
-                _MoxAssert(sgFile, sgSplit, __LINE__,
-                           "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNormalIndexOutside.mText);
         }
         pNormal = mDirect->GetAt(lIndex);
     }
@@ -148,7 +149,7 @@ public:
     {
         if (mMode == MoxLayerElement::eByPolygonVertex) {
             const int lUVIndex = pMesh.GetTextureUVIndex(pPolygon, pPosition, mType);
-            if (lUVIndex == -1) _MoxAssert(sgFile, sgSplit, __LINE__, "-1 != lUVindex");
+            if (lUVIndex == -1) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoUVIndex.mText);
             ReadDirect(lUVIndex, pUV);
         } else if (mMode == MoxLayerElement::eByControlPoint) {
             ReadDirect(pControlPoint, pUV);
@@ -233,7 +234,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
         !pRecords.mEdgeIndex.Resize(lWalked) || (lNormals.Varies() && !pRecords.mNormals.Resize(lWalked)) ||
         (lUVs.Varies() && !pRecords.mUVs.Resize(lWalked)) ||
         !MoxFillArray(lUsed, lOldCount, static_cast<unsigned char>(0)) || (lHasEdges && !lEdges.Init(pMesh, lWalked))) {
-        _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+        _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
         return false;
     }
     pRecords.mSharedNormal = lNormals.First();
@@ -246,7 +247,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
         for (int i = 0; i < lSize; ++i, ++lVertex) {
             const int lControlPoint = pMesh.GetPolygonVertex(p, i);
             if (lControlPoint < 0) {
-                _MoxAssert(sgFile, sgSplit, __LINE__, "lCurrentVertexIndex >= 0");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNegativeControlPoint.mText);
                 return false;
             }
             lNormals.Read(pMesh, p, i, lControlPoint, lNormal);
@@ -255,7 +256,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
             if (lUVs.Varies()) pRecords.mUVs.GetArray()[lVertex] = lUV;
             // A control point past the old count has no list: its polygon vertex is left as it is.
             if (lControlPoint >= lOldCount) {
-                _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
                 continue;
             }
             pRecords.mNewIndex.GetArray()[lVertex] = lUsed.GetArray()[lControlPoint] ? lNext++ : lControlPoint;
@@ -266,7 +267,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
     }
     pRecords.mNewCount = lNext;
     if (!MoxBuildGroups(pRecords.mControlPoint.GetArray(), lWalked, lOldCount, pRecords.mLists)) {
-        _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+        _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
         return false;
     }
     return true;
@@ -283,7 +284,7 @@ void ExtendSkinClusters(MoxMesh& pMesh, const SplitRecords& pRecords)
     for (int k = 0; k < lSkin->GetClusterCount(); ++k) {
         MoxCluster* lCluster = lSkin->GetCluster(k);
         if (!lCluster) {
-            _MoxAssert(sgFile, sgSplit, __LINE__, "lCluster != NULL");
+            _MoxAssert(sgFile, sgSplit, __LINE__, sgNoCluster.mText);
             continue;
         }
         // Only the pairs the cluster had before are read; the lists move as pairs are added.
@@ -292,7 +293,7 @@ void ExtendSkinClusters(MoxMesh& pMesh, const SplitRecords& pRecords)
             const int lControlPoint = lCluster->GetControlPointIndices()[i];
             const double lWeight = lCluster->GetControlPointWeights()[i];
             if (lControlPoint < 0 || lControlPoint >= pRecords.mOldCount) {
-                _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
                 continue;
             }
             const MoxGroups& lLists = pRecords.mLists;
@@ -316,11 +317,11 @@ public:
         mReference = lElement ? lElement->GetReferenceMode() : MoxLayerElement::eIndexToDirect;
         const bool lValid = pMesh.GetNormals(&mNormals);
         if (!lValid || !mNormals) {
-            _MoxAssert(sgFile, sgSplit, __LINE__, "isvalid && lNormals");
+            _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitNormals.mText);
             mNormals = nullptr;
         }
         if (mReference == MoxLayerElement::eIndexToDirect) pMesh.GetNormalsIndices(&mIndices);
-        if (!lLayer) _MoxAssert(sgFile, sgSplit, __LINE__, "GetLayer(0)");
+        if (!lLayer) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoLayer0.mText);
     }
 
     bool ByPolygon() const { return mMode == MoxLayerElement::eByPolygon; }
@@ -332,7 +333,7 @@ public:
             int lTarget = pControlPoint;
             if (mReference != MoxLayerElement::eDirect) {
                 lTarget = mIndices ? mIndices->GetAt(pControlPoint) : 0;
-                if (lTarget < 0) _MoxAssert(sgFile, sgSplit, __LINE__, "index >= 0");
+                if (lTarget < 0) _MoxAssert(sgFile, sgSplit, __LINE__, sgNegativeNormalIndex.mText);
             }
             mNormals->SetAt(lTarget, pNormal);
         } else if (mMode == MoxLayerElement::eByPolygonVertex) {
@@ -449,10 +450,9 @@ bool SavedShape::Save(MoxShape& pShape, MoxLayerElementUV* pUVs, int pMinCount)
 
     VectorArray* lNormals = nullptr;
     const bool lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, "isvalid && direct");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoNormalValues.mText);
     MoxVector4* lNormalData = lNormals ? lNormals->GetLocked(MoxLayerElementArray::eReadLock) : nullptr;
-    if (lNormals && lNormals->GetCount() != mCount)
-        _MoxAssert(sgFile, sgSplit, __LINE__, "direct->GetCount() == lCurrentShape->GetControlPointsCount()");
+    if (lNormals && lNormals->GetCount() != mCount) _MoxAssert(sgFile, sgSplit, __LINE__, sgShapeNormalCount.mText);
     const int lNormalCount = lNormals ? std::min(mCount, lNormals->GetCount()) : 0;
     if (lNormalData && lNormalCount > 0)
         std::memcpy(mNormals.GetArray(), lNormalData, sizeof(MoxVector4) * size_t(lNormalCount));
@@ -505,7 +505,7 @@ void ExtendTargetShape(MoxMesh& pMesh, MoxShape& pShape, const SplitRecords& pRe
     }
     VectorArray* lNormals = nullptr;
     const bool lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, "isvalid && direct");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoNormalValues.mText);
 
     ShapeValues lValues;
     lValues.mPoints = pShape.GetControlPoints();
@@ -560,7 +560,7 @@ bool MoxMesh::SplitPoints(MoxLayerElement::EType pType)
     const bool lHasEdges = mEdgeArray.GetCount() > 0 && mPolygonVertices.GetCount() > 0;
     if (!RecordPolygonVertices(*this, *lLayer, lUVs, lUVDirect, pType, lRecords)) return false;
     if (lHasEdges && !MoxFillArray(lSplitEdges, mPolygonVertices.GetCount(), SplitEdgeData{0, false})) {
-        _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+        _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
         return false;
     }
 

@@ -35,10 +35,10 @@ TEST(MoxGridLinearHash, NeighboursAreOneAdditionAway)
             EXPECT_EQ(MoxGridLinearHash(lNeighbour), lHash + MoxGridStepHash(lWord, lDelta));
         }
     }
-    const uint64_t lWords[kMoxGridMaxWords] = {1, 2, 3, 4, 5, 6};
+    const uint64_t lWords[sgGridMaxWords] = {1, 2, 3, 4, 5, 6};
     uint64_t lExpected = 0;
-    for (int i = 0; i < kMoxGridMaxWords; ++i) lExpected += lWords[i] * kMoxGridMultipliers[i];
-    EXPECT_EQ(MoxGridLinearHash(lWords, kMoxGridMaxWords), lExpected);
+    for (int i = 0; i < sgGridMaxWords; ++i) lExpected += lWords[i] * sgGridMultipliers[i];
+    EXPECT_EQ(MoxGridLinearHash(lWords, sgGridMaxWords), lExpected);
     EXPECT_EQ(MoxGridCellHash(lHash), MoxMixBits(lHash));
 }
 

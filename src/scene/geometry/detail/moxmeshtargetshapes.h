@@ -6,6 +6,7 @@
 #include "moxsdk/scene/moxblendshape.h"
 #include "moxsdk/scene/moxblendshapechannel.h"
 #include "moxsdk/scene/moxshape.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 
 namespace moxsdk {
 namespace detail {
@@ -28,7 +29,7 @@ void MoxForEachTargetShape(MoxMesh& pMesh, const char* pFile, const char* pFunct
                 if (lShape)
                     pVisit(*lShape);
                 else
-                    _MoxAssert(pFile, pFunction, __LINE__, "lCurrentShape != NULL");
+                    _MoxAssert(pFile, pFunction, __LINE__, meshreports::sgNoTargetShape.mText);
             }
         }
     }
