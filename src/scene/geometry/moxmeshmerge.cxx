@@ -108,7 +108,7 @@ public:
     {
         const MoxVector4& lPoint = mPoints[pPoint];
         if (!IsFinite(lPoint)) return -1;
-        int& lRecent = mRecent[PositionHash(lPoint) & (sgRecentSlots - 1)];
+        int& lRecent = mRecent[static_cast<int64_t>(PositionHash(lPoint) & (sgRecentSlots - 1))];
         if (lRecent >= 0 && mSites[lRecent].At(lPoint)) return lRecent;
         Cell& lNew = mCells[mCellCount];
         CellOf(lPoint, lNew.mKey);
