@@ -4,11 +4,11 @@
 //
 // A cell is a key of up to sgGridMaxWords 64-bit words (integer coordinates, or anything else the
 // caller keys by: an index, flags, the bits of a double). MoxGridLinearHash combines the words linearly,
-// so the key of a neighbour (one word changed by d) hashes to the cell's hash plus d times that word's
-// multiplier: a caller steps to neighbours by one addition (MoxGridStepHash), and may test those steps
-// against an occupancy bitmap before touching its table. MoxGridCellHash mixes a linear hash for a hash
-// table. MoxGridBlockHash keeps tables cache-friendly for points met in spatial order: the cells of one
-// 4 x 4 x 4 block of a three-dimensional grid share a run of 64 slots.
+// so the key of a neighbour hashes to the cell's hash plus the linear hash of the step between them: a
+// caller steps to neighbours by one addition, and may test those steps against an occupancy bitmap
+// before touching its table. MoxGridCellHash mixes a linear hash for a hash table. MoxGridBlockHash
+// keeps tables cache-friendly for points met in spatial order: the cells of one 4 x 4 x 4 block of a
+// three-dimensional grid share a run of 64 slots.
 
 #include <algorithm>
 #include <cmath>
@@ -48,12 +48,6 @@ inline uint64_t MoxGridLinearHash(const int64_t* pKey)
 {
     const uint64_t lWords[3] = {uint64_t(pKey[0]), uint64_t(pKey[1]), uint64_t(pKey[2])};
     return MoxGridLinearHash(lWords, 3);
-}
-
-// What a step of pDelta along word pWord adds to a linear hash.
-inline uint64_t MoxGridStepHash(int pWord, int64_t pDelta)
-{
-    return uint64_t(pDelta) * sgGridMultipliers[pWord];
 }
 
 // A table hash of a key from its linear hash.
