@@ -19,6 +19,7 @@ set(MOXSDK_SOURCES
   scene/geometry/moxmeshcpmapadjacency.cxx
   scene/geometry/moxmeshedges.cxx
   scene/geometry/moxmeshlayers.cxx
+  scene/geometry/moxmeshmerge.cxx
   scene/geometry/moxmeshnormals.cxx
   scene/geometry/moxmeshremove.cxx
   scene/geometry/moxmeshsplit.cxx

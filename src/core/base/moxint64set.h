@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/base/moxhash.h"
 #include "moxsdk/core/moxmemory.h"
 
 namespace moxsdk {
@@ -69,16 +70,7 @@ public:
 private:
     static constexpr uint64_t sgEmpty = ~uint64_t(0);
 
-    // The finaliser of MurmurHash3: spreads structured keys (pairs of small integers) over all bits.
-    static size_t Hash(uint64_t pKey)
-    {
-        pKey ^= pKey >> 33;
-        pKey *= 0xff51afd7ed558ccdull;
-        pKey ^= pKey >> 33;
-        pKey *= 0xc4ceb9fe1a85ec53ull;
-        pKey ^= pKey >> 33;
-        return static_cast<size_t>(pKey);
-    }
+    static size_t Hash(uint64_t pKey) { return static_cast<size_t>(MoxMixBits(pKey)); }
 
     // Moves every key into a new table of pSlots slots (a power of two); false when memory ran out.
     bool Rehash(size_t pSlots)

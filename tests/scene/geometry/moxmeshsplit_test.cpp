@@ -891,6 +891,66 @@ TEST(MoxMeshMergeList, MatchesTheAllPairsRuleOnRandomPointSets)
     EXPECT_GT(lMergedSets, 200);
 }
 
+// The closed form of the merge list: entry j is the entry of the last earlier point within the
+// distance, or j.
+std::vector<int> ClosedFormMergeList(const std::vector<MoxVector4>& pPoints)
+{
+    std::vector<int> lList(pPoints.size());
+    for (size_t j = 0; j < pPoints.size(); ++j) {
+        int lLast = -1;
+        for (size_t i = 0; i < j; ++i)
+            if (pPoints[j].Distance(pPoints[i]) < 0.0001) lLast = int(i);
+        lList[j] = lLast >= 0 ? lList[size_t(lLast)] : int(j);
+    }
+    return lList;
+}
+
+TEST(MoxMeshMergeList, AllPointsEqualMergeIntoTheFirst)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = MeshWithPoints(lScope, std::vector<MoxVector4>(3000, MoxVector4(-0.25, 7.5, 1e-9)));
+    MoxArray<int> lList;
+    EXPECT_TRUE(lMesh->BuildMergeList(lList));
+    EXPECT_EQ(ToVector(lList), std::vector<int>(3000, 0));
+}
+
+// Close and nearly close pairs straddling grid cell borders along every axis and diagonal, at magnitudes
+// where the rounding of scaled coordinates is fine, coarse (around 2^40 scaled) and huge, mixed with
+// non-finite points, zero and huge distances.
+TEST(MoxMeshMergeList, MatchesTheClosedFormAcrossCellBordersAndExtremes)
+{
+    std::mt19937 lRandom(99);
+    std::uniform_real_distribution<double> lJitter(-0.00006, 0.00006);
+    const double lInf = std::numeric_limits<double>::infinity();
+    const double lNaN = std::numeric_limits<double>::quiet_NaN();
+    for (double lMagnitude : {0.0, 1.0, -3.3, 2.19e8, 2.2e8, -2.3e8, 4.4e8, 1e12}) {
+        std::vector<MoxVector4> lPoints;
+        for (int i = 0; i < 300; ++i) {
+            // A border of the grid (cells are 0.0002 wide) near the magnitude, and points around it.
+            const double lBorder = std::floor(lMagnitude / 0.0002 + i) * 0.0002;
+            MoxVector4 lPoint(lMagnitude, lMagnitude, lMagnitude);
+            for (int lCopy = 0; lCopy < 2; ++lCopy) {
+                for (int k = 0; k < 3; ++k)
+                    if ((i >> k) & 1) lPoint[k] = lBorder + lJitter(lRandom);
+                lPoints.push_back(lPoint);
+            }
+            if (i % 7 == 0) lPoints.push_back(lPoint);  // zero distance
+            if (i % 11 == 0) lPoints.push_back(MoxVector4(lNaN, lPoint[1], lPoint[2]));
+            if (i % 13 == 0) lPoints.push_back(MoxVector4(lPoint[0], -lInf, lPoint[2]));
+            if (i % 17 == 0) lPoints.push_back(MoxVector4(1e300, -1e300, lPoint[2]));
+        }
+        moxtest::ManagerScope lScope;
+        MoxMesh* lMesh = MeshWithPoints(lScope, lPoints);
+        MoxArray<int> lList;
+        lMesh->BuildMergeList(lList);
+        const std::vector<int> lExpected = ClosedFormMergeList(lPoints);
+        EXPECT_EQ(ToVector(lList), lExpected) << lMagnitude;
+        int lMerged = 0;
+        for (size_t j = 0; j < lExpected.size(); ++j) lMerged += lExpected[j] != int(j);
+        EXPECT_GT(lMerged, 60) << lMagnitude;
+    }
+}
+
 // ---- MergePointsForPolygonVerteNormals -----------------------------------------------------------------
 
 TEST(MoxMeshMerge, IdentityListRemovesNothingAndKeepsTheMapping)
