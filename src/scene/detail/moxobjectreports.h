@@ -13,6 +13,9 @@ inline constexpr MoxReportText sgNoManager{
     "pContainer && pContainer->GetMoxManager()",
     "an object was created without a container, or in one that belongs to no manager; none is made"};
 
+// Every text above, for MoxReportMeaning (moxsdk/core/moxreportmeaning.h).
+inline constexpr const MoxReportText* sgAll[] = {&sgNoManager};
+
 }  // namespace objectreports
 }  // namespace detail
 }  // namespace moxsdk
