@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "core/base/detail/moxredblacktreereports.h"
 #include "core/base/moxreporttext.h"
-#include "scene/detail/moxobjectreports.h"
+#include "core/detail/moxcorereports.h"
+#include "scene/detail/moxscenereports.h"
 #include "scene/geometry/detail/moxlayerreports.h"
 #include "scene/geometry/detail/moxmeshreports.h"
 
@@ -27,6 +29,13 @@ constexpr ReportFile MakeReportFile(const char* pFile, const MoxReportText* cons
 }
 
 constexpr ReportFile sgReportFiles[] = {
+    MakeReportFile("core/moxstring", detail::stringreports::sgAll),
+    MakeReportFile("core/base/moxcontainerallocators", detail::allocatorreports::sgAll),
+    MakeReportFile("core/base/moxpairset", detail::pairsetreports::sgAll),
+    MakeReportFile("core/base/moxpointerlist", detail::pointerlistreports::sgAll),
+    MakeReportFile("core/base/moxredblacktree", detail::redblacktreereports::sgAll),
+    MakeReportFile("scene/moxmanager", detail::managerreports::sgAll),
+    MakeReportFile("scene/geometry/moxlayercontainer", detail::layercontainerreports::sgAll),
     MakeReportFile("scene/geometry/moxmesh", detail::meshreports::sgAll),
     MakeReportFile("scene/geometry/moxlayer", detail::layerreports::sgAll),
 };

@@ -5,9 +5,11 @@
 #include <set>
 #include <string>
 
+#include "core/base/detail/moxredblacktreereports.h"
+#include "core/detail/moxcorereports.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "moxsdk/scene/moxskin.h"
-#include "scene/detail/moxobjectreports.h"
+#include "scene/detail/moxscenereports.h"
 #include "scene/geometry/detail/moxlayerreports.h"
 #include "scene/geometry/detail/moxmeshreports.h"
 #include "support/moxtestmeshes.h"
@@ -33,6 +35,13 @@ TEST(MoxReportMeaning, EachReportFileNamesDistinctTextsWithMeanings)
     ExpectDistinctTextsWithMeanings(detail::meshreports::sgAll);
     ExpectDistinctTextsWithMeanings(detail::layerreports::sgAll);
     ExpectDistinctTextsWithMeanings(detail::objectreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::stringreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::allocatorreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::pairsetreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::pointerlistreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::redblacktreereports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::managerreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::layercontainerreports::sgAll);
 }
 
 TEST(MoxReportMeaning, KnownTextsOfTheirFileAreExplained)
@@ -41,6 +50,8 @@ TEST(MoxReportMeaning, KnownTextsOfTheirFileAreExplained)
                  "a polygon vertex names a negative control point; the split stops");
     EXPECT_STREQ(MoxReportMeaning("scene/geometry/moxlayer", "mData"),
                  "memory for an element array's values ran out; the array keeps its old block");
+    EXPECT_STREQ(MoxReportMeaning("core/base/moxcontainerallocators", "mData"),
+                 "memory for a block of container records ran out; the block gives no records");
 }
 
 TEST(MoxReportMeaning, TextsOfAnotherFileAndUnknownTextsAreNot)
