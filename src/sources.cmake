@@ -7,6 +7,7 @@ set(MOXSDK_SOURCES
   core/math/moxmath.cxx
   core/moxassert.cxx
   core/moxmemory.cxx
+  core/moxreportmeaning.cxx
   core/moxstring.cxx
   scene/geometry/moxgeometry.cxx
   scene/geometry/moxgeometrybase.cxx

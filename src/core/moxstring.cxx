@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "core/detail/moxcorereports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
@@ -68,7 +69,7 @@ void MoxString::Assign(const char* pText)
         if (lData)
             std::memcpy(lData, pText, lLength + 1);
         else
-            MOX_REPORT("core/moxstring", "lData");
+            MOX_REPORT("core/moxstring", detail::stringreports::sgNoTextMemory.mText);
     }
     MoxFree(mData);
     mData = lData;

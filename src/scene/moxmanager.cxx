@@ -1,13 +1,14 @@
 #include "moxsdk/scene/moxmanager.h"
 
 #include "moxsdk/core/moxassert.h"
+#include "scene/detail/moxscenereports.h"
 
 namespace moxsdk {
 
 MoxManager* MoxManager::Create()
 {
     MoxManager* lManager = MoxNew<MoxManager>();
-    if (!lManager) MOX_REPORT("scene/moxmanager", "lManager");
+    if (!lManager) MOX_REPORT("scene/moxmanager", detail::managerreports::sgNoManagerMemory.mText);
     return lManager;
 }
 

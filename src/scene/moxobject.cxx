@@ -2,7 +2,7 @@
 
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/moxmanager.h"
-#include "scene/detail/moxobjectreports.h"
+#include "scene/detail/moxscenereports.h"
 
 namespace moxsdk {
 

@@ -1,12 +1,15 @@
 #include "libraryreports.h"
 
 #include "moxsdk/core/moxassert.h"
+#include "moxsdk/core/moxreportmeaning.h"
 
 namespace moxmeshtool {
 
 std::string DescribeReport(const ReportCount& pReport)
 {
-    return pReport.mFile + ": " + pReport.mFunction + ": " + pReport.mMessage;
+    const std::string lReport = pReport.mFile + ": " + pReport.mFunction + ": " + pReport.mMessage;
+    const char* lMeaning = moxsdk::MoxReportMeaning(pReport.mFile.c_str(), pReport.mMessage.c_str());
+    return lMeaning ? lReport + " [" + lMeaning + "]" : lReport;
 }
 
 // A step makes few distinct reports (messages are fixed texts), so a linear search is enough.

@@ -21,7 +21,8 @@ struct ReportCount {
     long mCount = 0;
 };
 
-// "file: function: message".
+// "file: function: message", followed by " [meaning]" when the library knows what the report means
+// (MoxReportMeaning), so that the user reads what went wrong.
 std::string DescribeReport(const ReportCount& pReport);
 
 // Adds pReport's count to the entry of pCounts with the same file, function and message, or appends it.

@@ -23,7 +23,7 @@ struct StepRecord {
     long mReports = 0;                       // library reports made during the step
     std::vector<ReportCount> mReportCounts;  // the distinct ones, in the order they were first made
 
-    // The first report of the step as "file: function: message"; empty when there was none.
+    // The first report of the step as DescribeReport gives it; empty when there was none.
     std::string FirstReport() const { return mReportCounts.empty() ? std::string() : DescribeReport(mReportCounts[0]); }
 };
 

@@ -1,5 +1,6 @@
 #include "moxsdk/core/base/moxcontainerallocators.h"
 
+#include "core/detail/moxcorereports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
@@ -8,13 +9,14 @@ namespace moxsdk {
 namespace {
 
 constexpr const char* sgFile = "core/base/moxcontainerallocators";
+using namespace detail::allocatorreports;
 
 }  // namespace
 
 void* MoxBaseAllocator::AllocateRecords(size_t pRecordCount) const
 {
     void* lRecords = MoxMalloc(MoxAllocSize(pRecordCount, mRecordSize));
-    if (!lRecords) MOX_REPORT(sgFile, "lRecords");
+    if (!lRecords) MOX_REPORT(sgFile, sgNoRecordMemory.mText);
     return lRecords;
 }
 
@@ -27,7 +29,7 @@ MoxHungryAllocator::MemoryBlock::MemoryBlock(size_t pSize)
     : mNextBlock(nullptr), mData(nullptr), mFreeData(nullptr), mEnd(nullptr)
 {
     mData = static_cast<char*>(MoxMalloc(pSize));
-    if (!mData) MOX_REPORT(sgFile, "mData");
+    if (!mData) MOX_REPORT(sgFile, sgNoBlockMemory.mText);
     mFreeData = mData;
     // A block without memory keeps mEnd == mFreeData == nullptr and so refuses every request.
     mEnd = mData ? mData + pSize : nullptr;
@@ -96,7 +98,7 @@ bool MoxHungryAllocator::AddBlock(size_t pRecordCount)
     const size_t lBytes = MoxAllocSize(pRecordCount, mRecordSize);
     MemoryBlock* lBlock = MoxNew<MemoryBlock>(lBytes);
     if (!lBlock) {
-        MOX_REPORT(sgFile, "lBlock");
+        MOX_REPORT(sgFile, sgNoBlock.mText);
         return false;
     }
     // The block has reported its own missing memory.

@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "core/base/moxint64set.h"
+#include "core/detail/moxcorereports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
@@ -42,7 +43,7 @@ public:
     {
         mStart =
             pFirstCount > 0 ? static_cast<int*>(MoxCalloc(static_cast<size_t>(pFirstCount) + 1, sizeof(int))) : nullptr;
-        if (pFirstCount > 0 && !mStart) MOX_REPORT(sgFile, "mStart");
+        if (pFirstCount > 0 && !mStart) MOX_REPORT(sgFile, detail::pairsetreports::sgNoRunStartMemory.mText);
         mFirstCount = mStart ? pFirstCount : 0;
     }
 
@@ -58,7 +59,7 @@ public:
         if (mFirstCount == 0) return;
         mFill = static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(mFirstCount), sizeof(int))));
         if (!mFill) {
-            MOX_REPORT(sgFile, "mFill");
+            MOX_REPORT(sgFile, detail::pairsetreports::sgNoRunFillMemory.mText);
             mFirstCount = 0;
             return;
         }
@@ -71,7 +72,7 @@ public:
         }
         mData = static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(lTotal) + 1, sizeof(int))));
         if (!mData) {
-            MOX_REPORT(sgFile, "mData");
+            MOX_REPORT(sgFile, detail::pairsetreports::sgNoRunMemory.mText);
             mFirstCount = 0;
             return;
         }

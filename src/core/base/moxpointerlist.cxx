@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstring>
 
+#include "core/detail/moxcorereports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
@@ -16,7 +17,7 @@ int MoxPointerListBase::AddRaw(void* pItem)
         const int lCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
         void* lBlock = MoxRealloc(mData, MoxAllocSize(static_cast<size_t>(lCapacity), sizeof(void*)));
         if (!lBlock) {
-            MOX_REPORT("core/base/moxpointerlist", "mData");
+            MOX_REPORT("core/base/moxpointerlist", detail::pointerlistreports::sgNoPointerMemory.mText);
             return -1;
         }
         mData = static_cast<void**>(lBlock);

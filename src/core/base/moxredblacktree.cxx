@@ -1,7 +1,11 @@
 #include "moxsdk/core/base/moxredblacktree.h"
 
+#include "core/base/detail/moxredblacktreereports.h"
+
 namespace moxsdk {
 namespace {
+
+using namespace detail::redblacktreereports;
 
 typedef MoxRedBlackNode Node;
 
@@ -143,8 +147,8 @@ void MoxRedBlackTreeBase::RemoveNode(MoxRedBlackNode* pNode)
         Node* lParent = pNode->mParent;
         Node* lChild = pNode->mLeftChild ? pNode->mLeftChild : pNode->mRightChild;
         const ELinkResult lLink = TakePlace(mRoot, pNode, lChild);
-        if (lLink == eParentlessNotRoot) MOX_REPORT(sgFile, "mRoot == pNode");
-        if (lLink == eNotAChild) MOX_REPORT(sgFile, "Node not found in MoxRedBlackTree");
+        if (lLink == eParentlessNotRoot) MOX_REPORT(sgFile, sgParentlessNotRoot.mText);
+        if (lLink == eNotAChild) MOX_REPORT(sgFile, sgNodeNotAChild.mText);
         if (IsBlack(pNode)) RemoveRebalance(lParent, lChild);
     }
     pNode->mParent = nullptr;
@@ -155,7 +159,7 @@ void MoxRedBlackTreeBase::RemoveNode(MoxRedBlackNode* pNode)
 void MoxRedBlackTreeBase::ReplaceNode(MoxRedBlackNode* pNodeToReplace, MoxRedBlackNode* pReplacement)
 {
     if (TakePlace(mRoot, pNodeToReplace, pReplacement) == eParentlessNotRoot)
-        MOX_REPORT(sgFile, "mRoot == pNodeToReplace");
+        MOX_REPORT(sgFile, sgReplacedNotRoot.mText);
     pReplacement->mLeftChild = pNodeToReplace->mLeftChild;
     pReplacement->mRightChild = pNodeToReplace->mRightChild;
     if (pReplacement->mLeftChild) pReplacement->mLeftChild->mParent = pReplacement;
@@ -172,23 +176,22 @@ void MoxRedBlackTreeBase::LeftRotate(MoxRedBlackNode* pNode)
     Node* lB = lNode->mLeftChild;
     Node* lC = lNode->mRightChild;
     Node* lZ = pNode->mParent;
-    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(sgFile, "mRoot == pNode");
+    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(sgFile, sgParentlessNotRoot.mText);
     lNode->mLeftChild = pNode;
     pNode->mParent = lNode;
     pNode->mRightChild = lB;
     if (lB) lB->mParent = pNode;
 
-    MOX_ASSERT_MSG(sgFile, pNode->mLeftChild == lA, "pNode->mLeftChild == A");
-    MOX_ASSERT_MSG(sgFile, pNode->mRightChild == lB, "pNode->mRightChild == B");
+    MOX_ASSERT_MSG(sgFile, pNode->mLeftChild == lA, sgRotatedLeftChildA.mText);
+    MOX_ASSERT_MSG(sgFile, pNode->mRightChild == lB, sgRotatedRightChildB.mText);
     MOX_ASSERT(sgFile, pNode->mParent == lNode);
     MOX_ASSERT(sgFile, lNode->mLeftChild == pNode);
-    MOX_ASSERT_MSG(sgFile, lNode->mRightChild == lC, "lNode->mRightChild == C");
-    MOX_ASSERT_MSG(sgFile, lNode->mParent == lZ, "lNode->mParent == Z");
-    MOX_ASSERT_MSG(sgFile, !lA || lA->mParent == pNode, "A == 0 || A->mParent == pNode");
-    MOX_ASSERT_MSG(sgFile, !lB || lB->mParent == pNode, "B == 0 || B->mParent == pNode");
-    MOX_ASSERT_MSG(sgFile, !lC || lC->mParent == lNode, "C == 0 || C->mParent == lNode");
-    MOX_ASSERT_MSG(sgFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode,
-                   "Z == 0 || Z->mLeftChild == lNode || Z->mRightChild == lNode");
+    MOX_ASSERT_MSG(sgFile, lNode->mRightChild == lC, sgRotatedRightChildC.mText);
+    MOX_ASSERT_MSG(sgFile, lNode->mParent == lZ, sgRotatedParentZ.mText);
+    MOX_ASSERT_MSG(sgFile, !lA || lA->mParent == pNode, sgRotatedAUnderNode.mText);
+    MOX_ASSERT_MSG(sgFile, !lB || lB->mParent == pNode, sgRotatedBUnderNode.mText);
+    MOX_ASSERT_MSG(sgFile, !lC || lC->mParent == lNode, sgRotatedCUnderPivot.mText);
+    MOX_ASSERT_MSG(sgFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode, sgRotatedZAbovePivot.mText);
 }
 
 void MoxRedBlackTreeBase::RightRotate(MoxRedBlackNode* pNode)
@@ -199,21 +202,20 @@ void MoxRedBlackTreeBase::RightRotate(MoxRedBlackNode* pNode)
     Node* lB = lNode->mRightChild;
     Node* lC = pNode->mRightChild;
     Node* lZ = pNode->mParent;
-    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(sgFile, "mRoot == pNode");
+    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(sgFile, sgParentlessNotRoot.mText);
     lNode->mRightChild = pNode;
     pNode->mParent = lNode;
     pNode->mLeftChild = lB;
     if (lB) lB->mParent = pNode;
 
-    MOX_ASSERT_MSG(sgFile, lNode->mLeftChild == lA, "lNode->mLeftChild == A");
+    MOX_ASSERT_MSG(sgFile, lNode->mLeftChild == lA, sgRotatedLeftChildAOfPivot.mText);
     MOX_ASSERT(sgFile, lNode->mRightChild == pNode);
-    MOX_ASSERT_MSG(sgFile, pNode->mLeftChild == lB, "pNode->mLeftChild == B");
-    MOX_ASSERT_MSG(sgFile, pNode->mRightChild == lC, "pNode->mRightChild == C");
-    MOX_ASSERT_MSG(sgFile, !lA || lA->mParent == lNode, "A == 0 || A->mParent == lNode");
-    MOX_ASSERT_MSG(sgFile, !lC || lC->mParent == pNode, "C == 0 || C->mParent == pNode");
-    MOX_ASSERT_MSG(sgFile, lNode->mParent == lZ, "lNode->mParent == Z");
-    MOX_ASSERT_MSG(sgFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode,
-                   "Z == 0 || Z->mLeftChild == lNode || Z->mRightChild == lNode");
+    MOX_ASSERT_MSG(sgFile, pNode->mLeftChild == lB, sgRotatedLeftChildB.mText);
+    MOX_ASSERT_MSG(sgFile, pNode->mRightChild == lC, sgRotatedRightChildCOfNode.mText);
+    MOX_ASSERT_MSG(sgFile, !lA || lA->mParent == lNode, sgRotatedAUnderPivot.mText);
+    MOX_ASSERT_MSG(sgFile, !lC || lC->mParent == pNode, sgRotatedCUnderNode.mText);
+    MOX_ASSERT_MSG(sgFile, lNode->mParent == lZ, sgRotatedParentZ.mText);
+    MOX_ASSERT_MSG(sgFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode, sgRotatedZAbovePivot.mText);
 }
 
 void MoxRedBlackTreeBase::RotateDown(MoxRedBlackNode* pNode, bool pToTheLeft)
@@ -241,7 +243,7 @@ void MoxRedBlackTreeBase::RemoveRebalance(MoxRedBlackNode* pParent, MoxRedBlackN
             lSibling = ChildOn(lParent, !lNodeIsLeft);
         }
         if (!lSibling || !lParent) {
-            MOX_REPORT(sgFile, "lSibling != 0 && lParent != 0");
+            MOX_REPORT(sgFile, sgNoSiblingOrParent.mText);
             break;
         }
         Node* lFarNephew = ChildOn(lSibling, !lNodeIsLeft);

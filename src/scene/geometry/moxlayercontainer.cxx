@@ -1,6 +1,7 @@
 #include "moxsdk/scene/geometry/moxlayercontainer.h"
 
 #include "moxsdk/core/moxassert.h"
+#include "scene/detail/moxscenereports.h"
 
 namespace moxsdk {
 
@@ -79,7 +80,7 @@ int MoxLayerContainer::CreateLayer()
 {
     MoxLayer* lLayer = MoxNew<MoxLayer>();
     if (!lLayer) {
-        MOX_REPORT("scene/geometry/moxlayercontainer", "lLayer");
+        MOX_REPORT("scene/geometry/moxlayercontainer", detail::layercontainerreports::sgNoLayerMemory.mText);
         return -1;
     }
     const int lIndex = mLayerArray.Add(lLayer);

@@ -24,6 +24,11 @@ inline constexpr MoxReportText sgUnknownFieldType{
 inline constexpr MoxReportText sgNoFieldName{"lName",
                                              "memory for a user-data field's name ran out; the field has no name"};
 
+// Every text above, for MoxReportMeaning (moxsdk/core/moxreportmeaning.h).
+inline constexpr const MoxReportText* sgAll[] = {&sgNoElement,        &sgNoDirectArray, &sgNoIndexArray,
+                                                 &sgNoFieldArray,     &sgNoValueMemory, &sgFieldIndexOutside,
+                                                 &sgUnknownFieldType, &sgNoFieldName};
+
 }  // namespace layerreports
 }  // namespace detail
 }  // namespace moxsdk
