@@ -26,7 +26,7 @@
 #include "core/base/moxscratch.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "scene/geometry/moxmeshcorners.h"
+#include "detail/moxmeshcorners.h"
 
 namespace moxsdk {
 namespace {

@@ -36,7 +36,7 @@
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "scene/geometry/moxmeshcorners.h"
+#include "detail/moxmeshcorners.h"
 
 namespace moxsdk {
 namespace {
