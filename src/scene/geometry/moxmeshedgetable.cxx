@@ -45,6 +45,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "core/base/moxcountingsort.h"
 #include "core/base/moxpairset.h"
 #include "core/base/moxscratch.h"
 #include "detail/moxmeshcorners.h"
@@ -351,7 +352,8 @@ bool BuildV2PVBlocks(const MoxMesh& pMesh, int pControlPointsCount, V2PVBlocks& 
 
     if (!AllocateV2PVBlock(pBlocks.mOffset, int64_t(pControlPointsCount) + 1, "Vertex2PVOffset")) return false;
     pBlocks.mOffset[0] = 0;
-    for (int c = 0; c < pControlPointsCount; ++c) pBlocks.mOffset[c + 1] = pBlocks.mOffset[c] + pBlocks.mCount[c];
+    std::copy(pBlocks.mCount, pBlocks.mCount + pControlPointsCount, pBlocks.mOffset + 1);
+    detail::MoxPrefixSum(pBlocks.mOffset, pControlPointsCount);
 
     if (!AllocateV2PVBlock(pBlocks.mCounter, pControlPointsCount, "Vertex2PVCounter")) return false;
     std::fill(pBlocks.mCounter, pBlocks.mCounter + pControlPointsCount, 0);
@@ -385,26 +387,23 @@ MoxPair<int, int> EdgeSetEdge(uint64_t pKey)
 // memory for the counts.
 bool SortEdgeKeys(const uint64_t* pKeys, int pCount, int pControlPointsCount, uint64_t* pSorted)
 {
-    MoxScratch<int> lStarts(int64_t(pControlPointsCount) + 1);
+    // Groups 0 .. n - 1 by larger control point, and group n for the rest.
+    const int lGroupCount = pControlPointsCount + 1;
+    MoxScratch<int> lStarts(int64_t(lGroupCount) + 1);
     if (!lStarts.Get()) {
         _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lStarts");
         return false;
     }
-    std::fill(lStarts.Get(), lStarts.Get() + pControlPointsCount + 1, 0);
-    const auto lGroup = [pControlPointsCount](uint64_t pKey) {
-        const int lLarger = EdgeSetEdge(pKey).mSecond;
+    const auto lGroupOf = [pKeys, pControlPointsCount](int pKey) {
+        const int lLarger = EdgeSetEdge(pKeys[pKey]).mSecond;
         return lLarger >= 0 && lLarger < pControlPointsCount ? lLarger : pControlPointsCount;
     };
-    for (int k = 0; k < pCount; ++k) ++lStarts[lGroup(pKeys[k])];
-    int lTotal = 0;
-    for (int c = 0; c <= pControlPointsCount; ++c) {
-        const int lSize = lStarts[c];
-        lStarts[c] = lTotal;
-        lTotal += lSize;
-    }
-    for (int k = 0; k < pCount; ++k) pSorted[lStarts[lGroup(pKeys[k])]++] = pKeys[k];
+    detail::MoxCountKeys(pCount, lGroupCount, lGroupOf, lStarts.Get());
+    detail::MoxPrefixSum(lStarts.Get(), lGroupCount);
+    detail::MoxPlaceByKey(pCount, lGroupCount, lGroupOf, lStarts.Get(),
+                          [pKeys, pSorted](int pKey, int pSlot) { pSorted[pSlot] = pKeys[pKey]; });
     // Each lStarts[c] is now where group c ends; the keys of a group differ only by smaller control point.
-    for (int c = 0, lBegin = 0; c <= pControlPointsCount; lBegin = lStarts[c++])
+    for (int c = 0, lBegin = 0; c < lGroupCount; lBegin = lStarts[c++])
         if (lStarts[c] - lBegin > 1) std::sort(pSorted + lBegin, pSorted + lStarts[c]);
     return true;
 }
