@@ -19,8 +19,13 @@
 // - ConformNormalsTo compares no polygon vertex whose element index lies outside the reference direct
 //   array; CheckIfVertexNormalsCCW skips a control point whose stored normal lies outside the direct array,
 //   and answers false when the normals have no direct array.
-// - GenerateNormals opens the edge lookups only when a smoothing element is mapped by edge (only that
-//   gather reads them); it always closes them, so the caches end closed either way.
+// - Smoothing opens the edge lookups whatever the elements' mappings (opening them has effects of its
+//   own), except where a table of its own gives each side's edge as they would, with no report
+//   (SideEdgeTable); it always closes them, so the caches end closed either way. A table whose memory
+//   cannot be had is reported with its name ("mEdges", "lStarts", "lUsed", "lGroups") and the lookups
+//   answer instead.
+// - Regenerating normals over an element that already holds as many values writes over its storage
+//   (no emptying, no zero fill); it ends as emptying it first would, since every value is written.
 
 #include <algorithm>
 #include <climits>
@@ -427,6 +432,8 @@ public:
     SideEdgeTable(const MoxMesh& pMesh, bool pFill);
     // True when the mesh qualifies (and the memory could be had).
     bool IsValid() const { return mValid; }
+    // The name of the table whose memory could not be had, or null.
+    const char* MissingTable() const { return mMissing; }
     // The edge of side pSide (a polygon-vertex index), when filled.
     int EdgeOf(int pSide) const { return mEdges[pSide]; }
 
@@ -441,6 +448,7 @@ private:
 
     bool mFill;
     MoxScratch<int> mEdges;
+    const char* mMissing = nullptr;
     bool mValid = false;
 };
 
@@ -472,6 +480,7 @@ bool IsIncreasingBelow(const int* pValues, int pCount, int pEnd)
 SideEdgeTable::SideEdgeTable(const MoxMesh& pMesh, bool pFill)
     : mFill(pFill), mEdges(pFill ? pMesh.GetPolygonVertexCount() : 0)
 {
+    if (!mEdges.Get()) mMissing = "mEdges";
     mValid = mEdges.Get() && !pMesh.mV2PVMap.mValid && detail::MoxHasPlainPolygons(pMesh) && Recognise(pMesh);
 }
 
@@ -487,7 +496,8 @@ bool SideEdgeTable::Recognise(const MoxMesh& pMesh)
     MoxScratch<int> lStarts(int64_t(lPointCount) + 1);
     MoxScratch<int> lUsed(lPointCount);
     MoxScratch<GroupEntry> lGroups(lEdgeCount);
-    if (!lStarts.Get() || !lUsed.Get() || !lGroups.Get()) return false;
+    mMissing = !lStarts.Get() ? "lStarts" : !lUsed.Get() ? "lUsed" : !lGroups.Get() ? "lGroups" : nullptr;
+    if (mMissing) return false;
     std::fill(lStarts.Get(), lStarts.Get() + lPointCount + 1, 0);
     int e = 0;
     const bool lCounted = ForEachPlainSide(pMesh, [&](int pSide, int pStart, int pEnd, int) {
@@ -605,6 +615,7 @@ void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pF
     // reports, and the end of a caller's open edge-adding pass), which smoothing by polygon keeps too. Where
     // the side table gives their answers without a report, it stands in for them.
     const SideEdgeTable lSides(pMesh, HasEdgeSmoothing(pMesh));
+    if (const char* lMissing = lSides.MissingTable()) _MoxAssert(sgFile, pFunction, __LINE__, lMissing);
     if (!lSides.IsValid()) {
         pMesh.BeginGetMeshEdgeIndexForPolygon();
         pMesh.BeginGetMeshEdgeVertices();

@@ -352,6 +352,43 @@ TEST(MoxMeshGenerateNormals, OverwriteReplacesExistingNormals)
     }
 }
 
+// Regenerating over an element that holds enough values writes over its storage, indexed or not, and
+// ends as a first generation does: same modes, no index array, the same values, bit for bit; the storage
+// past a shrunk count is zero.
+TEST(MoxMeshGenerateNormals, RegenerationWritesOverTheElementsStorage)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lFresh = lScope.NewMesh();
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::MakeCube(*lFresh);
+    moxtest::MakeCube(*lMesh);
+    ASSERT_TRUE(lFresh->GenerateNormals(true, false, false));
+    ASSERT_TRUE(lMesh->GenerateNormals(true, false, true));
+    MoxLayerElementNormal* lElement = lMesh->GetLayer(0)->GetNormals();
+    lElement->SetReferenceMode(MoxLayerElement::eIndexToDirect);
+    lElement->mIndexArray->Add(5);
+    const void* lStorage = lElement->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock);
+    ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
+    EXPECT_EQ(lElement->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock), lStorage);
+    EXPECT_EQ(lElement->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+    EXPECT_EQ(lElement->GetReferenceMode(), MoxLayerElement::eDirect);
+    EXPECT_EQ(lElement->mIndexArray->GetCount(), 0);
+    const std::vector<MoxVector4> lExpected = NormalsOf(*lFresh);
+    std::vector<MoxVector4> lActual = NormalsOf(*lMesh);
+    ASSERT_EQ(lActual.size(), lExpected.size());
+    for (size_t i = 0; i < lActual.size(); ++i) EXPECT_TRUE(SameBits(lActual[i], lExpected[i])) << i;
+
+    ASSERT_TRUE(lFresh->GenerateNormals(true, true, false));
+    ASSERT_TRUE(lMesh->GenerateNormals(true, true, false));
+    EXPECT_EQ(lElement->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock), lStorage);
+    EXPECT_EQ(lElement->GetMappingMode(), MoxLayerElement::eByControlPoint);
+    lActual = NormalsOf(*lMesh);
+    ASSERT_EQ(lActual.size(), 8u);
+    for (size_t i = 0; i < lActual.size(); ++i) EXPECT_TRUE(SameBits(lActual[i], NormalsOf(*lFresh)[i])) << i;
+    const MoxVector4* lPastCount = static_cast<const MoxVector4*>(lStorage) + 8;
+    for (int i = 0; i < 16; ++i) EXPECT_TRUE(SameBits(lPastCount[i], MoxVector4(0, 0, 0, 0))) << i;
+}
+
 // Hard corners follow pCW (clockwise: pointing inwards); smoothed corners always take the
 // counter-clockwise average (pointing outwards).
 TEST(MoxMeshGenerateNormals, ClockwiseHardCornersAndCounterClockwiseSmoothCorners)
