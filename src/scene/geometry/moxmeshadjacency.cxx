@@ -24,9 +24,9 @@
 #include "core/base/moxint64set.h"
 #include "core/base/moxpairset.h"
 #include "core/base/moxscratch.h"
+#include "detail/moxmeshcorners.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "detail/moxmeshcorners.h"
 
 namespace moxsdk {
 namespace {

@@ -38,10 +38,11 @@
 #endif
 
 #include "core/base/moxscratch.h"
+#include "detail/moxmeshcorners.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "detail/moxmeshcorners.h"
 
 namespace moxsdk {
 namespace {
@@ -400,19 +401,34 @@ private:
     MoxArray<unsigned char> mMarks;
 };
 
+// A reader of a smoothing element's values. The element is asked for its direct array first, for the
+// report it makes when its reference mode has none (the values are then read all the same).
+MoxLayerElementReader<int> SmoothingReader(MoxLayerElementSmoothing& pElement)
+{
+    static_cast<void>(pElement.GetDirectArray());
+    return MoxLayerElementReader<int>(&pElement);
+}
+
+// The value at pIndex, or 0 outside the direct array (as the array's GetAt answers).
+int ValueOrZero(const MoxLayerElementReader<int>& pReader, int pIndex)
+{
+    int lValue = 0;
+    pReader.Value(pIndex, lValue);
+    return lValue;
+}
+
 // Marks the corners of the polygons with a positive smoothing group. The group and the size are read at q
 // (the polygon itself, or its index-array entry) while the first polygon vertex is read at polygon p: a
 // reordering index array marks runs of q's size starting at p's first vertex, a rule kept as it is.
 void MarkSmoothPolygons(const MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, SmoothTargets& pTargets)
 {
-    const MoxLayerElement::EReferenceMode lMode = pElement.GetReferenceMode();
-    const bool lIndexed = lMode == MoxLayerElement::eIndex || lMode == MoxLayerElement::eIndexToDirect;
-    const LockedValues<int> lGroups(&pElement.GetDirectArray(), MoxLayerElementArray::eReadLock);
-    const LockedValues<int> lIndices(lIndexed ? &pElement.GetIndexArray() : nullptr, MoxLayerElementArray::eReadLock);
+    const MoxLayerElementReader<int> lGroups = SmoothingReader(pElement);
     const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
-        const int q = lIndexed ? lIndices.At(p) : p;
-        if (lGroups.At(q) <= 0) continue;
+        // The index array's entry for an indexed element (0 past it), the polygon itself otherwise.
+        int q = 0;
+        lGroups.TryIndex(p, q);
+        if (ValueOrZero(lGroups, q) <= 0) continue;
         const int lSize = pMesh.GetPolygonSize(q);
         for (int v = 0; v < lSize; ++v) pTargets.Add(OffsetIndex(lPolygons[p].mIndex, v));
     }
@@ -574,14 +590,14 @@ void MarkSoftEdgeCorners(const MoxMesh& pMesh, MoxArray<int>& pStamp, SmoothTarg
 void MarkSoftEdges(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, const SideEdgeTable& pSides,
                    MoxArray<int>& pStamp, SmoothTargets& pTargets)
 {
-    const LockedValues<int> lSoft(&pElement.GetDirectArray(), MoxLayerElementArray::eReadLock);
+    const MoxLayerElementReader<int> lSoft = SmoothingReader(pElement);
     if (pSides.IsValid()) {
         // A side's edge joins the side's own two control points.
         const int* lVertices = pMesh.mPolygonVertices.GetArray();
         MarkSoftEdgeCorners(pMesh, pStamp, pTargets,
                             [&](int, const MoxMesh::PolygonDef& pPolygon, int pPosition, int& pStart, int& pEnd) {
                                 const int lSide = pPolygon.mIndex + pPosition;
-                                if (lSoft.At(pSides.EdgeOf(lSide)) <= 0) return false;
+                                if (ValueOrZero(lSoft, pSides.EdgeOf(lSide)) <= 0) return false;
                                 pStart = lVertices[lSide];
                                 pEnd = lVertices[pPosition + 1 == pPolygon.mSize ? pPolygon.mIndex : lSide + 1];
                                 return true;
@@ -591,7 +607,7 @@ void MarkSoftEdges(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, const Sid
     MarkSoftEdgeCorners(pMesh, pStamp, pTargets,
                         [&](int pPolygon, const MoxMesh::PolygonDef&, int pPosition, int& pStart, int& pEnd) {
                             const int lEdge = pMesh.GetMeshEdgeIndexForPolygon(pPolygon, pPosition);
-                            if (lEdge == -1 || lSoft.At(lEdge) <= 0) return false;
+                            if (lEdge == -1 || ValueOrZero(lSoft, lEdge) <= 0) return false;
                             pMesh.GetMeshEdgeVertices(lEdge, pStart, pEnd);
                             return true;
                         });
@@ -1127,15 +1143,14 @@ bool MoxMesh::CheckIfVertexNormalsCCW()
         MOX_REPORT(sgFile, "isvalid && direct");
         return false;
     }
-    MoxLayerElementArrayTemplate<int>* lIndexArray = nullptr;
-    const bool lIndexed = GetNormalsIndices(&lIndexArray) && lIndexArray;
-    const LockedValues<MoxVector4> lStored(lDirect, MoxLayerElementArray::eReadLock);
-    const LockedValues<int> lIndices(lIndexed ? lIndexArray : nullptr, MoxLayerElementArray::eReadLock);
+    // Through the index array when the element has one (as long as the control points, checked above).
+    const MoxLayerElementReader<MoxVector4> lStored(lElement);
     bool lMatch = false;
     ForEachMeanNormal(lExpected.GetArray(), std::min(lPointCount, lExpected.GetCount()), true,
                       [&](int pPoint, const MoxVector4& pExpected) {
-                          const int lSlot = lIndexed ? lIndices.At(pPoint) : pPoint;
-                          lMatch = lStored.Has(lSlot) && (lStored[lSlot] - pExpected).Length() < sgWindingTolerance;
+                          MoxVector4 lNormal;
+                          lMatch = lStored.Value(lStored.IndexOf(pPoint), lNormal) &&
+                                   (lNormal - pExpected).Length() < sgWindingTolerance;
                           return !lMatch;
                       });
     return lMatch;
