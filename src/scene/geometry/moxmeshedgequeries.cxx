@@ -43,7 +43,6 @@ int64_t SideEnd(const MoxMesh::PolygonDef& pPolygon, int pPosition)
     return pPosition == pPolygon.mSize - 1 ? pPolygon.mIndex : int64_t(pPolygon.mIndex) + pPosition + 1;
 }
 
-
 // The side at corner pCorner of the map that joins it to control point pEnd, tested as the map walk
 // does: the side from the previous vertex first, then the side to the next one. The next vertex wraps to
 // the first at the polygon's last vertex; otherwise the previous one wraps to the last at the first

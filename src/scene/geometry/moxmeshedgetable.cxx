@@ -71,7 +71,6 @@ void FillEdgeArray(MoxArray<int>& pTable, int pPolygonVertex, int* pCount)
     *pCount = pTable.GetCount();
 }
 
-
 // Calls pVisit(position, start, end) for every polygon side in (polygon, position) order, the control
 // points read with pRead at the side's first vertex and at the next one (the polygon's first after its
 // last); stops when pVisit returns false.
@@ -588,7 +587,6 @@ bool FindNeighbourEntries(const MoxMesh& pMesh, const MoxArray<long long>& pInde
     return true;
 }
 }  // namespace
-
 
 // Counting sort of the polygon vertices by control point, then the edge set of the existing edges. A
 // failed allocation is reported with the block's name and leaves the map unbuilt, with every block

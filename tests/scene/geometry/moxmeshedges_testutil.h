@@ -15,7 +15,6 @@ namespace moxedgetest {
 
 using namespace moxsdk;
 
-
 constexpr const char* kFile = "scene/geometry/moxmesh";
 constexpr const char* kArrayFile = "core/base/moxarray";
 
@@ -63,7 +62,7 @@ inline std::vector<moxtest::Point> Points(int pCount)
 // A random mesh whose polygons have between pMinSize and pMaxSize corners, drawn among pPointCount control
 // points; with pDistinct the corners of one polygon differ.
 inline void MakeSizedMesh(MoxMesh& pMesh, std::mt19937& pRandom, int pPointCount, int pPolygonCount, int pMinSize,
-                   int pMaxSize, bool pDistinct)
+                          int pMaxSize, bool pDistinct)
 {
     std::uniform_int_distribution<int> lSize(pMinSize, pMaxSize);
     std::uniform_int_distribution<int> lPoint(0, pPointCount - 1);
