@@ -184,6 +184,39 @@ TEST(MoxMeshNormalsPerControlPoint, RecordsAlreadyHeldKeepTheirContents)
 
 // ---- Normals per polygon vertex -----------------------------------------------------------------------
 
+// The sums are bit for bit those of the plain corner walk, on random meshes of triangles and other
+// polygons, well-formed or with degenerate polygons and invalid indices, in both windings.
+TEST(MoxMeshNormalsPerControlPoint, MatchesThePlainWalkOnRandomMeshes)
+{
+    std::mt19937 lRandom(5);
+    int lCompared = 0;
+    for (int lRound = 0; lRound < 300; ++lRound) {
+        moxtest::ManagerScope lScope;
+        MoxMesh* lMesh = lScope.NewMesh();
+        moxtest::RandomMeshOptions lOptions;
+        lOptions.mInvalidIndices = lRound % 4 == 3;
+        lOptions.mDegenerate = lRound % 2 == 1;
+        lOptions.mMaxPolygonSize = lRound % 3 == 0 ? 3 : 6;
+        moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
+        const bool lCW = lRound % 5 < 2;
+        const std::vector<Record> lExpected = PlainPerControlPoint(*lMesh, lCW);
+        MoxArray<MoxMesh::VertexNormalInfo> lInfo;
+        moxtest::ReportCapture lCapture;
+        lMesh->ComputeNormalsPerCtrlPoint(lInfo, lCW);
+        if (lExpected.empty() && lMesh->GetControlPointsCount() > 0) {
+            EXPECT_EQ(lInfo.GetCount(), 0) << lRound;
+            continue;
+        }
+        ASSERT_EQ(size_t(lInfo.GetCount()), lExpected.size()) << lRound;
+        for (int i = 0; i < lInfo.GetCount(); ++i) {
+            ASSERT_TRUE(SameBits(lInfo[i].mTotalNormal, lExpected[size_t(i)].mTotal)) << lRound << " " << i;
+            ASSERT_EQ(lInfo[i].mNumNormal, lExpected[size_t(i)].mCount) << lRound << " " << i;
+        }
+        ++lCompared;
+    }
+    EXPECT_GE(lCompared, 150);
+}
+
 TEST(MoxMeshNormalsPerPolygonVertex, PlanarPolygonGivesTheFaceNormalAtEveryCorner)
 {
     moxtest::ManagerScope lScope;
