@@ -25,6 +25,7 @@
 
 #include "core/base/moxscratch.h"
 #include "detail/moxmeshcorners.h"
+#include "detail/moxmeshreports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 
@@ -36,6 +37,7 @@ using detail::MoxPolygonPosition;
 using detail::MoxReadVertex;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 
 // The polygon vertex after position pPosition of pPolygon, the last wrapping to the first.
 int64_t SideEnd(const MoxMesh::PolygonDef& pPolygon, int pPosition)
@@ -94,7 +96,7 @@ bool FindSideByScan(const MoxMesh& pMesh, int pStart, int pEnd, int& pSideStart)
         if (i == lLast && lPolygonIndex < lPolygonCount - 1) {
             ++lPolygonIndex;
             if (i + 1 != lPolys[lPolygonIndex].mIndex)
-                _MoxAssert(sgFile, "SetMeshEdgeIndex", __LINE__, "i + 1 == lPolys[ lPolygonIndex ].mIndex");
+                _MoxAssert(sgFile, "SetMeshEdgeIndex", __LINE__, sgPolygonsNotBackToBack.mText);
             lLast = int64_t(lPolys[lPolygonIndex].mIndex) + lPolys[lPolygonIndex].mSize - 1;
         }
     }
@@ -124,7 +126,7 @@ int MoxMesh::SetMeshEdgeIndex(int pEdgeIndex, int pStartVertexIndex, int pEndVer
     const int lControlPointsCount = GetControlPointsCount();
     if (pStartVertexIndex < 0 || pStartVertexIndex >= lControlPointsCount || pEndVertexIndex < 0 ||
         pEndVertexIndex >= lControlPointsCount || pEdgeIndex < 0 || pEdgeIndex >= GetMeshEdgeCount()) {
-        MOX_REPORT(sgFile, "false");
+        MOX_REPORT(sgFile, sgFailed.mText);
         return -1;
     }
     const MoxPair<int, int> lEdge(std::min(pStartVertexIndex, pEndVertexIndex),
@@ -177,8 +179,7 @@ int MoxMesh::AddMeshEdgeIndexForPolygon(int pPolygonIndex, int pPositionInPolygo
     const PolygonDef lPolygon = mPolygons[pPolygonIndex];
     if (pPositionInPolygon < 0 || pPositionInPolygon >= lPolygon.mSize) return -1;
     const int64_t lVertex = int64_t(lPolygon.mIndex) + pPositionInPolygon;
-    if (lVertex >= mPolygonVertices.GetCount())
-        MOX_REPORT(sgFile, "mPolygons[pPolygonIndex].mIndex + pPositionInPolygon < mPolygonVertices.GetCount()");
+    if (lVertex >= mPolygonVertices.GetCount()) MOX_REPORT(sgFile, sgPositionOutsideVertices.mText);
     const int lStart = MoxReadVertex(mPolygonVertices, lVertex);
     const int lEnd = MoxReadVertex(mPolygonVertices, SideEnd(lPolygon, pPositionInPolygon));
     return AddMeshEdgeIndex(lStart, lEnd, true);
@@ -245,7 +246,7 @@ void MoxMesh::GetMeshEdgeVertices(int pEdgeIndex, int& pStartVertexIndex, int& p
             return;
         }
     }
-    MOX_ASSERT_MSG(sgFile, lVertex + 1 < lVertexCount, "mEdgeArray[pEdgeIndex] + 1 < mPolygonVertices.GetCount()");
+    MOX_ASSERT_MSG(sgFile, lVertex + 1 < lVertexCount, sgEdgeAtLastVertex.mText);
     pEndVertexIndex = MoxReadVertex(mPolygonVertices, int64_t(lVertex) + 1);
 }
 
@@ -338,7 +339,7 @@ bool CompactEdgeArray(MoxArray<int>& pEdges, const int* pList, int pListCount)
 {
     MoxScratch<int> lFreed(pListCount);
     if (!lFreed.Get()) {
-        _MoxAssert(sgFile, "RemoveDuplicatedEdges", __LINE__, "lFreed");
+        _MoxAssert(sgFile, "RemoveDuplicatedEdges", __LINE__, sgNoFreedMemory.mText);
         return false;
     }
     const int lCount = pEdges.GetCount();

@@ -22,7 +22,7 @@
 // - Smoothing opens the edge lookups whatever the elements' mappings (opening them has effects of its
 //   own), except where a table of its own gives each side's edge as they would, with no report
 //   (SideEdgeTable); it always closes them, so the caches end closed either way. A table whose memory
-//   cannot be had is reported with its name ("mEdges", "lStarts", "lUsed", "lGroups") and the lookups
+//   cannot be had is reported with its name ("mSideEdges", "lGroupStarts", "lGroupFill", "lGroups") and the lookups
 //   answer instead.
 // - Regenerating normals over an element that already holds as many values writes over its storage
 //   (no emptying, no zero fill); it ends as emptying it first would, since every value is written.
@@ -39,6 +39,7 @@
 
 #include "core/base/moxscratch.h"
 #include "detail/moxmeshcorners.h"
+#include "detail/moxmeshreports.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxlayerelementreader.h"
@@ -50,6 +51,7 @@ namespace {
 typedef MoxMesh::VertexNormalInfo NormalInfo;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 // A stored normal matches its recomputed counter-clockwise normal when closer than this.
 constexpr double sgWindingTolerance = 0.01;
 // Two reference normals coincide when each of their four components differs by at most this.
@@ -320,7 +322,7 @@ MoxLayerElementArrayTemplate<MoxVector4>* NormalArray(const MoxMesh& pMesh, cons
 {
     MoxLayerElementArrayTemplate<MoxVector4>* lDirect = nullptr;
     const bool lValid = pMesh.GetNormals(&lDirect);
-    if (!lValid || !lDirect) _MoxAssert(sgFile, pFunction, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lDirect) _MoxAssert(sgFile, pFunction, __LINE__, sgNoNormalArray.mText);
     return lDirect;
 }
 
@@ -477,7 +479,7 @@ public:
     // The name of the table whose memory could not be had, or null.
     const char* MissingTable() const { return mMissing; }
     // The edge of side pSide (a polygon-vertex index), when filled.
-    int EdgeOf(int pSide) const { return mEdges[pSide]; }
+    int EdgeOf(int pSide) const { return mSideEdges[pSide]; }
 
 private:
     // An edge in the group of its smaller control point.
@@ -489,7 +491,7 @@ private:
     bool Recognise(const MoxMesh& pMesh);
 
     bool mFill;
-    MoxScratch<int> mEdges;
+    MoxScratch<int> mSideEdges;
     const char* mMissing = nullptr;
     bool mValid = false;
 };
@@ -520,10 +522,10 @@ bool IsIncreasingBelow(const int* pValues, int pCount, int pEnd)
 }
 
 SideEdgeTable::SideEdgeTable(const MoxMesh& pMesh, bool pFill)
-    : mFill(pFill), mEdges(pFill ? pMesh.GetPolygonVertexCount() : 0)
+    : mFill(pFill), mSideEdges(pFill ? pMesh.GetPolygonVertexCount() : 0)
 {
-    if (!mEdges.Get()) mMissing = "mEdges";
-    mValid = mEdges.Get() && !pMesh.mV2PVMap.mValid && detail::MoxHasPlainPolygons(pMesh) && Recognise(pMesh);
+    if (!mSideEdges.Get()) mMissing = sgNoSideEdgesMemory.mText;
+    mValid = mSideEdges.Get() && !pMesh.mV2PVMap.mValid && detail::MoxHasPlainPolygons(pMesh) && Recognise(pMesh);
 }
 
 // Groups the edges by smaller control point (a counting sort over the sides, the edges being the sides
@@ -535,36 +537,39 @@ bool SideEdgeTable::Recognise(const MoxMesh& pMesh)
     const int* lEdges = pMesh.mEdgeArray.GetArray();
     if (!IsIncreasingBelow(lEdges, lEdgeCount, pMesh.GetPolygonVertexCount())) return false;
     const int lPointCount = pMesh.GetControlPointsCount();
-    MoxScratch<int> lStarts(int64_t(lPointCount) + 1);
-    MoxScratch<int> lUsed(lPointCount);
+    MoxScratch<int> lGroupStarts(int64_t(lPointCount) + 1);
+    MoxScratch<int> lGroupFill(lPointCount);
     MoxScratch<GroupEntry> lGroups(lEdgeCount);
-    mMissing = !lStarts.Get() ? "lStarts" : !lUsed.Get() ? "lUsed" : !lGroups.Get() ? "lGroups" : nullptr;
+    mMissing = !lGroupStarts.Get() ? sgNoGroupStartsMemory.mText
+               : !lGroupFill.Get() ? sgNoGroupFillMemory.mText
+               : !lGroups.Get()    ? sgNoEdgeGroupsMemory.mText
+                                   : nullptr;
     if (mMissing) return false;
-    std::fill(lStarts.Get(), lStarts.Get() + lPointCount + 1, 0);
+    std::fill(lGroupStarts.Get(), lGroupStarts.Get() + lPointCount + 1, 0);
     int e = 0;
     const bool lCounted = ForEachPlainSide(pMesh, [&](int pSide, int pStart, int pEnd, int) {
         if (pStart == pEnd) return false;
         if (e < lEdgeCount && lEdges[e] == pSide) {
-            ++lStarts[std::min(pStart, pEnd) + 1];
+            ++lGroupStarts[std::min(pStart, pEnd) + 1];
             ++e;
         }
         return true;
     });
     if (!lCounted) return false;
-    for (int c = 0; c < lPointCount; ++c) lStarts[c + 1] += lStarts[c];
-    std::fill(lUsed.Get(), lUsed.Get() + lPointCount, 0);
-    int* lSideEdges = mFill ? mEdges.Get() : nullptr;
+    for (int c = 0; c < lPointCount; ++c) lGroupStarts[c + 1] += lGroupStarts[c];
+    std::fill(lGroupFill.Get(), lGroupFill.Get() + lPointCount, 0);
+    int* lSideEdges = mFill ? mSideEdges.Get() : nullptr;
     e = 0;
     return ForEachPlainSide(pMesh, [&](int pSide, int pStart, int pEnd, int pFirstSide) {
         const int lSmaller = std::min(pStart, pEnd);
         const int lLarger = std::max(pStart, pEnd);
-        GroupEntry* lGroup = lGroups.Get() + lStarts[lSmaller];
+        GroupEntry* lGroup = lGroups.Get() + lGroupStarts[lSmaller];
         int lFound = -1;
-        for (int i = 0; i < lUsed[lSmaller] && lFound == -1; ++i)
+        for (int i = 0; i < lGroupFill[lSmaller] && lFound == -1; ++i)
             if (lGroup[i].mLarger == lLarger) lFound = lGroup[i].mEdge;
         if (e < lEdgeCount && lEdges[e] == pSide) {
             if (lFound != -1) return false;
-            lGroup[lUsed[lSmaller]++] = GroupEntry{lLarger, e};
+            lGroup[lGroupFill[lSmaller]++] = GroupEntry{lLarger, e};
             lFound = e++;
         } else if (lFound == -1 || lEdges[lFound] >= pFirstSide) {
             return false;
@@ -670,11 +675,10 @@ void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pF
             MarkSmoothPolygons(pMesh, *lElement, pTargets);
         } else if (lMappingMode == MoxLayerElement::eByEdge) {
             if (lElement->GetReferenceMode() != MoxLayerElement::eDirect)
-                _MoxAssert(sgFile, pFunction, __LINE__, "lReferenceMode == MoxLayerElement::eDirect");
+                _MoxAssert(sgFile, pFunction, __LINE__, sgEdgeSmoothingIndexed.mText);
             MarkSoftEdges(pMesh, *lElement, lSides, lStamp, pTargets);
         } else {
-            _MoxAssert(sgFile, pFunction, __LINE__,
-                       "lMappingMode == MoxLayerElement::eByPolygon || lMappingMode == MoxLayerElement::eByEdge");
+            _MoxAssert(sgFile, pFunction, __LINE__, sgSmoothingMappingUnsupported.mText);
         }
     }
     pMesh.EndGetMeshEdgeVertices();
@@ -1060,7 +1064,7 @@ void MoxMesh::ComputeNormalsPerCtrlPoint(MoxArray<VertexNormalInfo>& pNormalInfo
     pNormalInfo.Resize(GetControlPointsCount(), false);
     if (!AccumulateCornerNormals(*this, pNormalInfo.GetArray(), pNormalInfo.GetCapacity(), pCW)) {
         pNormalInfo.Clear();
-        MOX_REPORT(sgFile, "false");
+        MOX_REPORT(sgFile, sgFailed.mText);
     }
 }
 
@@ -1081,7 +1085,7 @@ void MoxMesh::ComputeNormalsPerPolygonVertex(MoxArray<VertexNormalInfo>& pNormal
 {
     const MoxVector4* lPoints = GetControlPoints();
     if (!lPoints) {
-        MOX_REPORT(sgFile, "lPoints != NULL");
+        MOX_REPORT(sgFile, sgNoControlPoints.mText);
         return;
     }
     pNormalInfo.ResizeUninitialized(GetPolygonVertexCount(), false);
@@ -1102,7 +1106,7 @@ void MoxMesh::ComputeNormalsPerPolygonVertex(MoxArray<VertexNormalInfo>& pNormal
     });
     if (!lComplete) {
         pNormalInfo.Clear();
-        MOX_REPORT(sgFile, "false");
+        MOX_REPORT(sgFile, sgFailed.mText);
         return;
     }
     if (k < lCount)
@@ -1154,19 +1158,19 @@ bool MoxMesh::CheckIfVertexNormalsCCW()
     const int lPointCount = GetControlPointsCount();
     if (lElement->GetReferenceMode() != MoxLayerElement::eDirect &&
         lElement->GetIndexArray().GetCount() != lPointCount) {
-        MOX_REPORT(sgFile, "GetLayer(0)->GetNormals()->GetIndexArray().GetCount() == GetControlPointsCount()");
+        MOX_REPORT(sgFile, sgNormalIndicesNotPerPoint.mText);
         return false;
     }
     MoxArray<VertexNormalInfo> lExpected;
     lExpected.Resize(lPointCount, false);
     if (!AccumulateCornerNormals(*this, lExpected.GetArray(), lExpected.GetCapacity(), false)) {
-        MOX_REPORT(sgFile, "(lCurrentIndex >= 0 && lPreviousIndex >= 0 && lNextIndex >= 0)");
+        MOX_REPORT(sgFile, sgCornerOutsideControlPoints.mText);
         return false;
     }
     MoxLayerElementArrayTemplate<MoxVector4>* lDirect = nullptr;
     const bool lValid = GetNormals(&lDirect);
     if (!lValid || !lDirect) {
-        MOX_REPORT(sgFile, "isvalid && direct");
+        MOX_REPORT(sgFile, sgNoNormalValues.mText);
         return false;
     }
     // Through the index array when the element has one (as long as the control points, checked above).
@@ -1190,7 +1194,7 @@ bool MoxMesh::ConformNormalsTo(const MoxMesh* pMesh)
     ControlPointToVerticesMap lGroups;
     ComputeControlPointToVerticesMap(lGroups);
     if (!lGroups.Valid()) {
-        MOX_REPORT(sgFile, "lGroups.Valid()");
+        MOX_REPORT(sgFile, sgNoControlPointGroups.mText);
         return false;
     }
     ConformScratch lScratch;
