@@ -17,8 +17,8 @@ set(MOXSDK_SOURCES
   scene/geometry/moxmeshadjacency.cxx
   scene/geometry/moxmeshcheck.cxx
   scene/geometry/moxmeshcpmap.cxx
-  scene/geometry/moxmeshcpmapadjacency.cxx
-  scene/geometry/moxmeshedges.cxx
+  scene/geometry/moxmeshedgequeries.cxx
+  scene/geometry/moxmeshedgetable.cxx
   scene/geometry/moxmeshlayers.cxx
   scene/geometry/moxmeshmerge.cxx
   scene/geometry/moxmeshnormals.cxx

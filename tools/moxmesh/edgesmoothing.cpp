@@ -1,5 +1,6 @@
 #include "edgesmoothing.h"
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 
@@ -109,10 +110,27 @@ moxsdk::MoxLayerElementSmoothing& EdgeSmoothingElement(MoxMesh& pMesh)
         if (!lSmoothing) throw std::bad_alloc();
         lLayer.SetSmoothing(lSmoothing);
     }
-    lSmoothing->Clear();
+    // The old values are all written over: only the index array goes, the direct array keeps its storage.
+    lSmoothing->mIndexArray->Clear();
     lSmoothing->SetMappingMode(MoxLayerElement::eByEdge);
     lSmoothing->SetReferenceMode(MoxLayerElement::eDirect);
     return *lSmoothing;
+}
+
+// Writes the soft (1) / hard (0) value of edges 0 .. pEdgeCount - 1 to pValues; returns how many are soft.
+int ClassifyInto(const MoxMesh::ComponentMap& pEdgeToPolygons, int pEdgeCount,
+                 const std::vector<MoxVector4>& pPolygonNormals, double pMaxAngleDegrees, int* pValues)
+{
+    const AngleTest lAngle(pMaxAngleDegrees);
+    int lSoft = 0;
+    for (int e = 0; e < pEdgeCount; ++e) {
+        const int* lPolygons = nullptr;
+        int lCount = 0;
+        EdgePolygons(pEdgeToPolygons, e, lPolygons, lCount);
+        pValues[e] = IsSoft(lPolygons, lCount, pPolygonNormals, lAngle) ? 1 : 0;
+        lSoft += pValues[e];
+    }
+    return lSoft;
 }
 
 }  // namespace
@@ -130,22 +148,15 @@ std::vector<int> ClassifyEdges(const MoxMesh::ComponentMap& pEdgeToPolygons, int
                                const std::vector<MoxVector4>& pPolygonNormals, double pMaxAngleDegrees)
 {
     std::vector<int> lValues(pEdgeCount > 0 ? pEdgeCount : 0, 0);
-    const AngleTest lAngle(pMaxAngleDegrees);
-    for (int e = 0; e < pEdgeCount; ++e) {
-        const int* lPolygons = nullptr;
-        int lCount = 0;
-        EdgePolygons(pEdgeToPolygons, e, lPolygons, lCount);
-        lValues[e] = IsSoft(lPolygons, lCount, pPolygonNormals, lAngle) ? 1 : 0;
-    }
+    ClassifyInto(pEdgeToPolygons, pEdgeCount, pPolygonNormals, pMaxAngleDegrees, lValues.data());
     return lValues;
 }
 
 EdgeSmoothingSummary SetSmoothingFromAngle(MoxMesh& pMesh, const MoxMesh::ComponentMap& pEdgeToPolygons,
                                            double pMaxAngleDegrees)
 {
-    const int lEdgeCount = pMesh.GetMeshEdgeCount();
-    const std::vector<int> lValues =
-        ClassifyEdges(pEdgeToPolygons, lEdgeCount, ComputePolygonNormals(pMesh), pMaxAngleDegrees);
+    const int lEdgeCount = std::max(pMesh.GetMeshEdgeCount(), 0);
+    const std::vector<MoxVector4> lNormals = ComputePolygonNormals(pMesh);
 
     moxsdk::MoxLayerElementSmoothing& lSmoothing = EdgeSmoothingElement(pMesh);
     moxsdk::MoxLayerElementArrayTemplate<int>& lDirect = *lSmoothing.mDirectArray;
@@ -153,11 +164,12 @@ EdgeSmoothingSummary SetSmoothingFromAngle(MoxMesh& pMesh, const MoxMesh::Compon
     if (lDirect.GetCount() != lEdgeCount) throw std::bad_alloc();
     EdgeSmoothingSummary lSummary;
     if (lEdgeCount > 0) {
+        // Classified straight into the element.
         int* lWrite = lDirect.GetLocked(moxsdk::MoxLayerElementArray::eReadWriteLock);
-        for (int e = 0; e < lEdgeCount; ++e) lWrite[e] = lValues[e];
+        lSummary.mSoft = ClassifyInto(pEdgeToPolygons, lEdgeCount, lNormals, pMaxAngleDegrees, lWrite);
         lDirect.Release(&lWrite);
     }
-    for (int lValue : lValues) ++(lValue > 0 ? lSummary.mSoft : lSummary.mHard);
+    lSummary.mHard = lEdgeCount - lSummary.mSoft;
     lSummary.mEdges = CountEdges(pEdgeToPolygons, lEdgeCount);
     return lSummary;
 }

@@ -1,8 +1,9 @@
 // MoxMesh: lifecycle, polygon building and queries. The mesh's other operations are split by concern:
 // moxmeshlayers.cxx (UV, material, texture, per-polygon-vertex lookups, creases, holes, settings),
-// moxmeshremove.cxx (polygon removal and clean-up), moxmeshedges.cxx (edge table, editing, queries),
-// moxmeshcpmap.cxx and moxmeshcpmapadjacency.cxx (control-point maps), moxmeshadjacency.cxx (component
-// maps), moxmeshnormals.cxx, moxmeshtangents.cxx, moxmeshsplit.cxx (split and merge).
+// moxmeshremove.cxx (polygon removal and clean-up), moxmeshedgetable.cxx (edge table and its caches),
+// moxmeshedgequeries.cxx (edge editing and queries), moxmeshcpmap.cxx (control-point maps),
+// moxmeshadjacency.cxx (component maps), moxmeshnormals.cxx, moxmeshtangents.cxx, moxmeshsplit.cxx (split
+// and merge).
 #include "moxsdk/scene/geometry/moxmesh.h"
 
 #include <algorithm>

@@ -5,7 +5,7 @@
 // BeginAddMeshEdgeIndex builds; for a control point of high valence only the corners next to the edge's
 // end are visited (MoxMesh::NextV2PVCorner), so a fan's apex costs O(log valence) per edge. Directed
 // edges met before are recognised by their 64-bit keys, kept in a MoxPairSet grouped by first control
-// point. Without a caller's map, a mesh of plain polygons (HasPlainPolygons) skips the map, whose edge
+// point. Without a caller's map, a mesh of plain polygons (MoxHasPlainPolygons) skips the map, whose edge
 // set this operation never reads, for CornerTable: the corners of each control point with their polygon and
 // both neighbours, from one counting sort, so that an edge reads one run of memory.
 //
@@ -24,10 +24,10 @@
 #include "core/base/moxint64set.h"
 #include "core/base/moxpairset.h"
 #include "core/base/moxscratch.h"
+#include "detail/moxmeshcorners.h"
+#include "detail/moxmeshreports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "scene/geometry/detail/moxmeshreports.h"
-#include "scene/geometry/moxmeshcorners.h"
 
 namespace moxsdk {
 namespace {
@@ -132,19 +132,8 @@ void CountDirectedPairs(const MoxMesh& pMesh, const int* pNext, MoxPairSet& pPai
     pPairs.EndCounting();
 }
 
-// True when BeginAddMeshEdgeIndex would build its map without a report: well-formed topology (every
-// polygon vertex a control point, runs back to back) and no empty polygon (whose first vertex the edge
-// vertex lookup reads). Such a mesh can skip the map for CornerTable.
-bool HasPlainPolygons(const MoxMesh& pMesh)
-{
-    if (!pMesh.HasWellFormedTopology()) return false;
-    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
-        if (lPolygon.mSize < 1) return false;
-    return true;
-}
-
 // The corners of every control point in polygon order, each with its polygon and the control points after
-// and before it (the last before the first), for a mesh of plain polygons (HasPlainPolygons): what the
+// and before it (the last before the first), for a mesh of plain polygons (MoxHasPlainPolygons): what the
 // walk over mV2PVMap visits, as one counting sort, without the map's edge set. The corners of a control
 // point of high valence are also sorted by neighbour, so that a fan's apex costs O(log valence) per edge.
 class CornerTable {
@@ -296,7 +285,7 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
 {
     // Without a caller's map, plain polygons are walked in a table of their own: the map would bring no
     // report, and of its effects only the end of the edge vertex lookup stays once it is ended.
-    const bool lOwnTable = !mV2PVMap.mValid && HasPlainPolygons(*this);
+    const bool lOwnTable = !mV2PVMap.mValid && detail::MoxHasPlainPolygons(*this);
     if (mV2PVMap.mValid)
         RebuildV2PVNeighbours();
     else if (lOwnTable)

@@ -1,11 +1,21 @@
-// The control-point-to-vertices map: for every control point, its polygon vertices, as offsets plus one
-// flat list built by counting sort (count per control point, prefix sum, place). Linear in the number of
-// polygon vertices plus control points; the only extra memory is one counter per control point.
+// The control-point-to-vertices map: for every control point, its polygon vertices
+// (FillWithControlPointInfo) or the control points that share an edge with it (FillWithAdjacencyInfo),
+// as offsets plus one flat list built by counting sort (count per control point, prefix sum, place).
+// Linear in the number of polygon vertices or edges plus control points; the only extra memory is one
+// counter per control point.
 //
-// The neighbour form (FillWithAdjacencyInfo) lives in moxmeshcpmapadjacency.cxx: it reads the edge table
-// through the edge queries, and keeping it apart keeps the polygon-vertex form free of that dependency.
+// In the neighbour form, edge ends are not checked against the control point count the caller passes;
+// an end at or past it goes through the arrays' range reports (and their scratch value), never outside an
+// allocation, which is why that form keeps checked counters and offsets of one entry per control point
+// where the polygon-vertex form uses the library's counting sort. Each edge writes its second end into
+// its first end's list, then its first end into its second end's list, and only then advances both
+// counters. An edge whose two ends are the same control point c therefore writes one slot of c's list
+// twice and leaves the next slot as sizing the list left it (0 in a map filled for the first time); c's
+// list still counts two entries for it.
 
-#include "moxmeshcpmapbuild.h"
+#include <cstring>
+
+#include "core/base/moxcountingsort.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 
 namespace moxsdk {
@@ -44,6 +54,29 @@ int MoxMesh::ControlPointToVerticesMap::GetVertex(int pControlPoint, int pIndex)
     return mVertices[static_cast<int>(lPosition)];
 }
 
+namespace {
+
+// pCursors becomes pCount + 1 entries (the counting sort's offsets, set by its count pass) and pOffsets
+// pCount entries. False when either array could not be sized so (memory ran out, or pCount is not
+// positive).
+bool SizeOffsets(MoxArray<int>& pCursors, MoxArray<int>& pOffsets, int pCount)
+{
+    pCursors.Resize(pCount + 1);
+    if (pCursors.GetCount() != pCount + 1 || pCount < 1) return false;
+    pOffsets.Resize(pCount);
+    return pOffsets.GetCount() == pCount;
+}
+
+// Counted pCursors (each list's length at the entry after its control point's) become the list starts,
+// copied to pOffsets, and stay in pCursors as the placement pass's cursors.
+void StartLists(MoxArray<int>& pCursors, MoxArray<int>& pOffsets, int pCount)
+{
+    detail::MoxPrefixSum(pCursors.GetArray(), pCount);
+    std::memcpy(pOffsets.GetArray(), pCursors.GetArray(), sizeof(int) * static_cast<size_t>(pCount));
+}
+
+}  // namespace
+
 // Entries of one control point are in increasing polygon-vertex order. When memory runs out the map is
 // left empty.
 void MoxMesh::ControlPointToVerticesMap::FillWithControlPointInfo(MoxMesh* pMesh)
@@ -54,34 +87,110 @@ void MoxMesh::ControlPointToVerticesMap::FillWithControlPointInfo(MoxMesh* pMesh
         Clear();
         return;
     }
-    MoxArray<int> lCounters;
+    MoxArray<int> lCursors;
     const int lVertexCount = pMesh->mPolygonVertices.GetCount();
     const int* lPolygonVertices = pMesh->mPolygonVertices.GetArray();
-    if (!detail::MoxStartControlPointCounts(lCounters, mOffsets, lCount)) {
+    if (!SizeOffsets(lCursors, mOffsets, lCount)) {
         Clear();
         return;
     }
-    int* lCounts = lCounters.GetArray();
-    for (int lVertex = 0; lVertex < lVertexCount; ++lVertex)
-        ++lCounts[ClampedControlPoint(lPolygonVertices[lVertex], lCount)];
-    detail::MoxComputeControlPointOffsets(mOffsets, lCounters, lCount);
+    const auto lKeyOf = [lPolygonVertices, lCount](int pVertex) {
+        return ClampedControlPoint(lPolygonVertices[pVertex], lCount);
+    };
+    detail::MoxCountKeys(lVertexCount, lCount, lKeyOf, lCursors.GetArray());
+    StartLists(lCursors, mOffsets, lCount);
 
     mVertices.Resize(lVertexCount);
     if (mVertices.GetCount() != lVertexCount) {
         Clear();
         return;
     }
-    const int* lOffsets = mOffsets.GetArray();
     int* lVertices = mVertices.GetArray();
-    for (int lVertex = 0; lVertex < lVertexCount; ++lVertex) {
-        const int lControlPoint = ClampedControlPoint(lPolygonVertices[lVertex], lCount);
-        lVertices[lOffsets[lControlPoint] + lCounts[lControlPoint]++] = lVertex;
-    }
+    detail::MoxPlaceByKey(lVertexCount, lCount, lKeyOf, lCursors.GetArray(),
+                          [lVertices](int pVertex, int pSlot) { lVertices[pSlot] = pVertex; });
 }
 
 void MoxMesh::ComputeControlPointToVerticesMap(ControlPointToVerticesMap& pMap)
 {
     pMap.FillWithControlPointInfo(this);
+}
+
+namespace {
+
+// pCounters becomes pCount zeros and pOffsets pCount entries (their values are set by the prefix pass).
+// False when either array could not be sized so (memory ran out, or pCount is not positive).
+bool StartControlPointCounts(MoxArray<int>& pCounters, MoxArray<int>& pOffsets, int pCount)
+{
+    pCounters.Resize(pCount);
+    if (pCounters.GetCount() != pCount || pCount < 1) return false;
+    std::memset(pCounters.GetArray(), 0, sizeof(int) * static_cast<size_t>(pCount));
+    pOffsets.Resize(pCount);
+    return pOffsets.GetCount() == pCount;
+}
+
+// Offsets from the counts: pOffsets[0] = 0, pOffsets[i] = pOffsets[i - 1] + count of i - 1. Every counter
+// is zero afterwards, ready for the placement pass. Both arrays hold pCount >= 1 entries.
+void ComputeControlPointOffsets(MoxArray<int>& pOffsets, MoxArray<int>& pCounters, int pCount)
+{
+    int* lOffsets = pOffsets.GetArray();
+    int* lCounters = pCounters.GetArray();
+    lOffsets[0] = 0;
+    for (int i = 1; i < pCount; ++i) {
+        lOffsets[i] = lOffsets[i - 1] + lCounters[i - 1];
+        lCounters[i - 1] = 0;
+    }
+    lCounters[pCount - 1] = 0;
+}
+
+}  // namespace
+
+// Steps: count both ends of every edge (any negative end fails the map, though every edge is still
+// visited), offsets, then place each end in the other end's list, in edge order. When the arrays cannot
+// be sized (memory ran out, or a negative count) the map is cleared and false returned.
+bool MoxMesh::ControlPointToVerticesMap::FillWithAdjacencyInfo(MoxMesh* pMesh, int pControlPointCount)
+{
+    if (!pMesh || pControlPointCount == 0) return false;
+    MoxArray<int> lCounters;
+    if (!StartControlPointCounts(lCounters, mOffsets, pControlPointCount)) {
+        Clear();
+        return false;
+    }
+    pMesh->BeginGetMeshEdgeVertices();
+    const int lEdgeCount = pMesh->GetMeshEdgeCount();
+    bool lOk = true;
+    for (int lEdge = 0; lEdge < lEdgeCount; ++lEdge) {
+        int lStart = -1;
+        int lEnd = -1;
+        pMesh->GetMeshEdgeVertices(lEdge, lStart, lEnd);
+        if (lStart < 0 || lEnd < 0) lOk = false;
+        if (!lOk) continue;
+        ++lCounters[lStart];
+        ++lCounters[lEnd];
+    }
+    if (!lOk) {
+        Clear();
+        pMesh->EndGetMeshEdgeVertices();
+        return false;
+    }
+    ComputeControlPointOffsets(mOffsets, lCounters, pControlPointCount);
+
+    mVertices.Resize(2 * lEdgeCount);
+    if (mVertices.GetCount() != 2 * lEdgeCount) {
+        Clear();
+        pMesh->EndGetMeshEdgeVertices();
+        return false;
+    }
+    for (int lEdge = 0; lEdge < lEdgeCount; ++lEdge) {
+        int lStart = -1;
+        int lEnd = -1;
+        pMesh->GetMeshEdgeVertices(lEdge, lStart, lEnd);
+        mVertices[mOffsets[lStart] + lCounters[lStart]] = lEnd;
+        mVertices[mOffsets[lEnd] + lCounters[lEnd]] = lStart;
+        ++lCounters[lStart];
+        ++lCounters[lEnd];
+    }
+    pMesh->EndGetMeshEdgeVertices();
+    return true;
 }
 
 }  // namespace moxsdk

@@ -19,8 +19,13 @@
 // - ConformNormalsTo compares no polygon vertex whose element index lies outside the reference direct
 //   array; CheckIfVertexNormalsCCW skips a control point whose stored normal lies outside the direct array,
 //   and answers false when the normals have no direct array.
-// - GenerateNormals opens the edge lookups only when a smoothing element is mapped by edge (only that
-//   gather reads them); it always closes them, so the caches end closed either way.
+// - Smoothing opens the edge lookups whatever the elements' mappings (opening them has effects of its
+//   own), except where a table of its own gives each side's edge as they would, with no report
+//   (SideEdgeTable); it always closes them, so the caches end closed either way. A table whose memory
+//   cannot be had is reported with its name ("mSideEdges", "lGroupStarts", "lGroupFill", "lGroups") and the lookups
+//   answer instead.
+// - Regenerating normals over an element that already holds as many values writes over its storage
+//   (no emptying, no zero fill); it ends as emptying it first would, since every value is written.
 
 #include <algorithm>
 #include <climits>
@@ -32,10 +37,13 @@
 #include <emmintrin.h>
 #endif
 
+#include "core/base/moxscratch.h"
+#include "detail/moxmeshcorners.h"
+#include "detail/moxmeshreports.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
-#include "scene/geometry/detail/moxmeshreports.h"
 
 namespace moxsdk {
 namespace {
@@ -92,6 +100,8 @@ public:
     }
 
     int Size() const { return mSize; }
+    // The polygon's run in mPolygonVertices, or null when it does not lie inside the array.
+    const int* Row() const { return mRow; }
     int At(int pPosition) const { return mRow ? mRow[pPosition] : mMesh.GetPolygonVertex(mPolygon, pPosition); }
     int Previous(int pPosition) const { return At(pPosition == 0 ? mSize - 1 : pPosition - 1); }
     int Next(int pPosition) const { return At(pPosition + 1 == mSize ? 0 : pPosition + 1); }
@@ -111,7 +121,13 @@ bool ForEachCorner(const MoxMesh& pMesh, VISIT&& pVisit)
     const int lPolygonCount = pMesh.GetPolygonCount();
     for (int p = 0; p < lPolygonCount; ++p) {
         const PolygonRing lRing(pMesh, p);
-        for (int i = 0; i < lRing.Size(); ++i)
+        const int lLast = lRing.Size() - 1;
+        if (const int* lRow = lRing.Row()) {
+            for (int i = 0; i <= lLast; ++i)
+                if (!pVisit(lRow[i], lRow[i == 0 ? lLast : i - 1], lRow[i == lLast ? 0 : i + 1])) return false;
+            continue;
+        }
+        for (int i = 0; i <= lLast; ++i)
             if (!pVisit(lRing.At(i), lRing.Previous(i), lRing.Next(i))) return false;
     }
     return true;
@@ -125,12 +141,45 @@ MoxVector4 CornerNormal(const MoxVector4& pPrevious, const MoxVector4& pCurrent,
     return pCW ? lA.CrossProduct(lB) : lB.CrossProduct(lA);
 }
 
+// The sums of AccumulateCornerNormals on well-formed topology, where no corner needs a check: the same
+// operations in the same order, with a triangle's three points read once for its three corners.
+void AccumulatePlainCorners(const MoxMesh& pMesh, NormalInfo* pInfo, const MoxVector4* pPoints, bool pCW)
+{
+    const auto lAdd = [pInfo, pCW](int pCurrent, const MoxVector4& pPrevious, const MoxVector4& pPoint,
+                                   const MoxVector4& pNext) {
+        pInfo[pCurrent].mTotalNormal += CornerNormal(pPrevious, pPoint, pNext, pCW);
+        ++pInfo[pCurrent].mNumNormal;
+    };
+    const int* lVertices = pMesh.mPolygonVertices.GetArray();
+    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons) {
+        const int* lRow = lVertices + lPolygon.mIndex;
+        if (lPolygon.mSize == 3) {
+            const MoxVector4 lA = pPoints[lRow[0]];
+            const MoxVector4 lB = pPoints[lRow[1]];
+            const MoxVector4 lC = pPoints[lRow[2]];
+            lAdd(lRow[0], lC, lA, lB);
+            lAdd(lRow[1], lA, lB, lC);
+            lAdd(lRow[2], lB, lC, lA);
+            continue;
+        }
+        const int lLast = lPolygon.mSize - 1;
+        for (int i = 0; i <= lLast; ++i)
+            lAdd(lRow[i], pPoints[lRow[i == 0 ? lLast : i - 1]], pPoints[lRow[i]],
+                 pPoints[lRow[i == lLast ? 0 : i + 1]]);
+    }
+}
+
 // Adds every corner's normal to the record of its control point when that point lies below pCapacity,
 // counting each contribution. False at the first corner with a negative control point.
 bool AccumulateCornerNormals(const MoxMesh& pMesh, NormalInfo* pInfo, int pCapacity, bool pCW)
 {
     const MoxVector4* lPoints = pMesh.GetControlPoints();
     const int lPointCount = pMesh.GetControlPointsCount();
+    // Well-formed topology names only control points, all below the capacity: no corner needs a check.
+    if (lPoints && pCapacity >= lPointCount && pMesh.HasWellFormedTopology()) {
+        AccumulatePlainCorners(pMesh, pInfo, lPoints, pCW);
+        return true;
+    }
     return ForEachCorner(pMesh, [&](int pCurrent, int pPrevious, int pNext) {
         if (pCurrent < 0 || pPrevious < 0 || pNext < 0) return false;
         const MoxVector4 lNormal =
@@ -277,6 +326,23 @@ MoxLayerElementArrayTemplate<MoxVector4>* NormalArray(const MoxMesh& pMesh, cons
     return lDirect;
 }
 
+// True when layer 0's normal element holds at least pCount > 0 values: writing pCount values over all of
+// it can then keep its storage (InitNormals with clear mode 0 allocates and zero-fills nothing) and end as
+// emptying it first would.
+bool HoldsNormals(const MoxMesh& pMesh, int pCount)
+{
+    const MoxLayer* lLayer = pMesh.GetLayer(0);
+    const MoxLayerElementNormal* lElement = lLayer ? lLayer->GetNormals() : nullptr;
+    return pCount > 0 && lElement && lElement->mDirectArray->GetCount() >= pCount;
+}
+
+// Layer 0's normals sized for pCount values (InitNormals' count) that are all about to be written:
+// pWritten of them, in the storage already there when it holds enough.
+void InitWrittenNormals(MoxMesh& pMesh, int pCount, int pWritten)
+{
+    pMesh.InitNormals(pCount, HoldsNormals(pMesh, pWritten) ? 0 : 1);
+}
+
 // Writes pCount averaged records (AveragedNormal) into pDirect, within its count. Records missing from a
 // short record array (one emptied by a failed computation) are read through the array's operator[], which
 // reports and yields empty records.
@@ -363,33 +429,166 @@ private:
     MoxArray<unsigned char> mMarks;
 };
 
+// A reader of a smoothing element's values. The element is asked for its direct array first, for the
+// report it makes when its reference mode has none (the values are then read all the same).
+MoxLayerElementReader<int> SmoothingReader(MoxLayerElementSmoothing& pElement)
+{
+    static_cast<void>(pElement.GetDirectArray());
+    return MoxLayerElementReader<int>(&pElement);
+}
+
+// The value at pIndex, or 0 outside the direct array (as the array's GetAt answers).
+int ValueOrZero(const MoxLayerElementReader<int>& pReader, int pIndex)
+{
+    int lValue = 0;
+    pReader.Value(pIndex, lValue);
+    return lValue;
+}
+
 // Marks the corners of the polygons with a positive smoothing group. The group and the size are read at q
 // (the polygon itself, or its index-array entry) while the first polygon vertex is read at polygon p: a
 // reordering index array marks runs of q's size starting at p's first vertex, a rule kept as it is.
 void MarkSmoothPolygons(const MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, SmoothTargets& pTargets)
 {
-    const MoxLayerElement::EReferenceMode lMode = pElement.GetReferenceMode();
-    const bool lIndexed = lMode == MoxLayerElement::eIndex || lMode == MoxLayerElement::eIndexToDirect;
-    const LockedValues<int> lGroups(&pElement.GetDirectArray(), MoxLayerElementArray::eReadLock);
-    const LockedValues<int> lIndices(lIndexed ? &pElement.GetIndexArray() : nullptr, MoxLayerElementArray::eReadLock);
+    const MoxLayerElementReader<int> lGroups = SmoothingReader(pElement);
     const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
-        const int q = lIndexed ? lIndices.At(p) : p;
-        if (lGroups.At(q) <= 0) continue;
+        // The index array's entry for an indexed element (0 past it), the polygon itself otherwise.
+        int q = 0;
+        lGroups.TryIndex(p, q);
+        if (ValueOrZero(lGroups, q) <= 0) continue;
         const int lSize = pMesh.GetPolygonSize(q);
         for (int v = 0; v < lSize; ++v) pTargets.Add(OffsetIndex(lPolygons[p].mIndex, v));
     }
 }
 
-// Marks, for every soft edge named by a side of polygon p, the corners of p at either end of the edge.
+// The edge of every polygon side, from tables of its own where the edge lookups would give exactly its
+// answers and make no report: a mesh of plain polygons (MoxHasPlainPolygons) without a map of the
+// caller's open, whose edge array is the one BuildMeshEdgeArray builds, with no side from a control
+// point to itself and no pair of control points joined twice in the first polygon that joins it. The
+// lookups then name, for each side, the edge of its pair of control points.
+// The edge array is recognised without the walk that builds it: its entries increase, no two edges join
+// the same pair, and every side finds its pair among the edges that begin at or before it (so each edge
+// begins at the first side of its pair, and every pair has an edge).
+class SideEdgeTable {
+public:
+    // Checks the mesh, and with pFill also records the edge of every side.
+    SideEdgeTable(const MoxMesh& pMesh, bool pFill);
+    // True when the mesh qualifies (and the memory could be had).
+    bool IsValid() const { return mValid; }
+    // The name of the table whose memory could not be had, or null.
+    const char* MissingTable() const { return mMissing; }
+    // The edge of side pSide (a polygon-vertex index), when filled.
+    int EdgeOf(int pSide) const { return mSideEdges[pSide]; }
+
+private:
+    // An edge in the group of its smaller control point.
+    struct GroupEntry {
+        int mLarger;
+        int mEdge;
+    };
+
+    bool Recognise(const MoxMesh& pMesh);
+
+    bool mFill;
+    MoxScratch<int> mSideEdges;
+    const char* mMissing = nullptr;
+    bool mValid = false;
+};
+
+// Calls pVisit(side, start, end, first side of its polygon) for every side of a mesh of plain polygons, in
+// order, until pVisit returns false; false then.
+template <class VISIT>
+bool ForEachPlainSide(const MoxMesh& pMesh, VISIT&& pVisit)
+{
+    const int* lVertices = pMesh.mPolygonVertices.GetArray();
+    const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
+    for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
+        const int lFirst = lPolygons[p].mIndex;
+        const int lLast = lFirst + lPolygons[p].mSize - 1;
+        for (int k = lFirst; k <= lLast; ++k)
+            if (!pVisit(k, lVertices[k], lVertices[k == lLast ? lFirst : k + 1], lFirst)) return false;
+    }
+    return true;
+}
+
+// True when the entries increase from 0 on and stay below pEnd.
+bool IsIncreasingBelow(const int* pValues, int pCount, int pEnd)
+{
+    int lFloor = 0;
+    for (int i = 0; i < pCount; lFloor = pValues[i++] + 1)
+        if (pValues[i] < lFloor || pValues[i] >= pEnd) return false;
+    return true;
+}
+
+SideEdgeTable::SideEdgeTable(const MoxMesh& pMesh, bool pFill)
+    : mFill(pFill), mSideEdges(pFill ? pMesh.GetPolygonVertexCount() : 0)
+{
+    if (!mSideEdges.Get()) mMissing = sgNoSideEdgesMemory.mText;
+    mValid = mSideEdges.Get() && !pMesh.mV2PVMap.mValid && detail::MoxHasPlainPolygons(pMesh) && Recognise(pMesh);
+}
+
+// Groups the edges by smaller control point (a counting sort over the sides, the edges being the sides
+// they begin at), each edge entered when the walk reaches its side, so that a side looks its pair up
+// among the edges that begin at or before it.
+bool SideEdgeTable::Recognise(const MoxMesh& pMesh)
+{
+    const int lEdgeCount = pMesh.GetMeshEdgeCount();
+    const int* lEdges = pMesh.mEdgeArray.GetArray();
+    if (!IsIncreasingBelow(lEdges, lEdgeCount, pMesh.GetPolygonVertexCount())) return false;
+    const int lPointCount = pMesh.GetControlPointsCount();
+    MoxScratch<int> lGroupStarts(int64_t(lPointCount) + 1);
+    MoxScratch<int> lGroupFill(lPointCount);
+    MoxScratch<GroupEntry> lGroups(lEdgeCount);
+    mMissing = !lGroupStarts.Get() ? sgNoGroupStartsMemory.mText
+               : !lGroupFill.Get() ? sgNoGroupFillMemory.mText
+               : !lGroups.Get()    ? sgNoEdgeGroupsMemory.mText
+                                   : nullptr;
+    if (mMissing) return false;
+    std::fill(lGroupStarts.Get(), lGroupStarts.Get() + lPointCount + 1, 0);
+    int e = 0;
+    const bool lCounted = ForEachPlainSide(pMesh, [&](int pSide, int pStart, int pEnd, int) {
+        if (pStart == pEnd) return false;
+        if (e < lEdgeCount && lEdges[e] == pSide) {
+            ++lGroupStarts[std::min(pStart, pEnd) + 1];
+            ++e;
+        }
+        return true;
+    });
+    if (!lCounted) return false;
+    for (int c = 0; c < lPointCount; ++c) lGroupStarts[c + 1] += lGroupStarts[c];
+    std::fill(lGroupFill.Get(), lGroupFill.Get() + lPointCount, 0);
+    int* lSideEdges = mFill ? mSideEdges.Get() : nullptr;
+    e = 0;
+    return ForEachPlainSide(pMesh, [&](int pSide, int pStart, int pEnd, int pFirstSide) {
+        const int lSmaller = std::min(pStart, pEnd);
+        const int lLarger = std::max(pStart, pEnd);
+        GroupEntry* lGroup = lGroups.Get() + lGroupStarts[lSmaller];
+        int lFound = -1;
+        for (int i = 0; i < lGroupFill[lSmaller] && lFound == -1; ++i)
+            if (lGroup[i].mLarger == lLarger) lFound = lGroup[i].mEdge;
+        if (e < lEdgeCount && lEdges[e] == pSide) {
+            if (lFound != -1) return false;
+            lGroup[lGroupFill[lSmaller]++] = GroupEntry{lLarger, e};
+            lFound = e++;
+        } else if (lFound == -1 || lEdges[lFound] >= pFirstSide) {
+            return false;
+        }
+        if (lSideEdges) lSideEdges[pSide] = lFound;
+        return true;
+    });
+}
+
+// Marks, for every soft edge named by a side of polygon p, the corners of p at either end of the edge:
+// pSoftSide(polygon, its record, position, start, end) tells whether the side at that position lies on a
+// soft edge, and gives the edge's two control points.
 // Corners compare through GetIndex's clamp with the polygon count as the bound (a control point at or past
 // the polygon count compares as polygon count - 1), a rule kept as it is. pStamp, one entry per polygon,
 // records which clamped control points end a soft edge of the current polygon, so a polygon costs one
 // pass over its sides and one over its corners whatever its size.
-void MarkSoftEdgeCorners(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, MoxArray<int>& pStamp,
-                         SmoothTargets& pTargets)
+template <class SOFT_SIDE>
+void MarkSoftEdgeCorners(const MoxMesh& pMesh, MoxArray<int>& pStamp, SmoothTargets& pTargets, SOFT_SIDE&& pSoftSide)
 {
-    const LockedValues<int> lSoft(&pElement.GetDirectArray(), MoxLayerElementArray::eReadLock);
     const int lPolygonCount = pMesh.GetPolygonCount();
     pStamp.ResizeUninitialized(lPolygonCount);
     int* lStamp = pStamp.GetArray();
@@ -402,11 +601,9 @@ void MarkSoftEdgeCorners(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, Mox
         const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons.GetArray()[p];
         bool lSoftSide = false;
         for (int v = 0; v < lPolygon.mSize; ++v) {
-            const int lEdge = pMesh.GetMeshEdgeIndexForPolygon(p, v);
-            if (lEdge == -1 || lSoft.At(lEdge) <= 0) continue;
             int lStart = -1;
             int lEnd = -1;
-            pMesh.GetMeshEdgeVertices(lEdge, lStart, lEnd);
+            if (!pSoftSide(p, lPolygon, v, lStart, lEnd)) continue;
             lStampEnd(lStart, p);
             lStampEnd(lEnd, p);
             lSoftSide = true;
@@ -419,16 +616,57 @@ void MarkSoftEdgeCorners(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, Mox
     }
 }
 
+// Marks the corners at the ends of the soft edges of one element mapped by edge, each side's edge taken
+// from pSides when it is valid, else from the edge lookups (opened by the caller).
+void MarkSoftEdges(MoxMesh& pMesh, MoxLayerElementSmoothing& pElement, const SideEdgeTable& pSides,
+                   MoxArray<int>& pStamp, SmoothTargets& pTargets)
+{
+    const MoxLayerElementReader<int> lSoft = SmoothingReader(pElement);
+    if (pSides.IsValid()) {
+        // A side's edge joins the side's own two control points.
+        const int* lVertices = pMesh.mPolygonVertices.GetArray();
+        MarkSoftEdgeCorners(pMesh, pStamp, pTargets,
+                            [&](int, const MoxMesh::PolygonDef& pPolygon, int pPosition, int& pStart, int& pEnd) {
+                                const int lSide = pPolygon.mIndex + pPosition;
+                                if (ValueOrZero(lSoft, pSides.EdgeOf(lSide)) <= 0) return false;
+                                pStart = lVertices[lSide];
+                                pEnd = lVertices[pPosition + 1 == pPolygon.mSize ? pPolygon.mIndex : lSide + 1];
+                                return true;
+                            });
+        return;
+    }
+    MarkSoftEdgeCorners(pMesh, pStamp, pTargets,
+                        [&](int pPolygon, const MoxMesh::PolygonDef&, int pPosition, int& pStart, int& pEnd) {
+                            const int lEdge = pMesh.GetMeshEdgeIndexForPolygon(pPolygon, pPosition);
+                            if (lEdge == -1 || ValueOrZero(lSoft, lEdge) <= 0) return false;
+                            pMesh.GetMeshEdgeVertices(lEdge, pStart, pEnd);
+                            return true;
+                        });
+}
+
+// True when a smoothing element is mapped by edge.
+bool HasEdgeSmoothing(const MoxMesh& pMesh)
+{
+    for (int s = 0; s < pMesh.GetElementSmoothingCount(); ++s)
+        if (pMesh.GetElementSmoothing(s)->GetMappingMode() == MoxLayerElement::eByEdge) return true;
+    return false;
+}
+
 // Runs every smoothing element's gather into pTargets: corners take the counter-clockwise, area-weighted
 // average normal of their control point (whatever winding the faceted normals use). Reports carry
 // pFunction.
 void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pFunction)
 {
     pTargets.Start(pMesh);
-    // Both lookups are opened whatever the elements' mappings: opening them has effects of its own (its
-    // reports, and the end of a caller's open edge-adding pass), which smoothing by polygon keeps too.
-    pMesh.BeginGetMeshEdgeIndexForPolygon();
-    pMesh.BeginGetMeshEdgeVertices();
+    // The edge lookups are opened whatever the elements' mappings: opening them has effects of its own (its
+    // reports, and the end of a caller's open edge-adding pass), which smoothing by polygon keeps too. Where
+    // the side table gives their answers without a report, it stands in for them.
+    const SideEdgeTable lSides(pMesh, HasEdgeSmoothing(pMesh));
+    if (const char* lMissing = lSides.MissingTable()) _MoxAssert(sgFile, pFunction, __LINE__, lMissing);
+    if (!lSides.IsValid()) {
+        pMesh.BeginGetMeshEdgeIndexForPolygon();
+        pMesh.BeginGetMeshEdgeVertices();
+    }
     MoxArray<int> lStamp;
     for (int s = 0; s < pMesh.GetElementSmoothingCount(); ++s) {
         MoxLayerElementSmoothing* lElement = pMesh.GetElementSmoothing(s);
@@ -438,7 +676,7 @@ void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pF
         } else if (lMappingMode == MoxLayerElement::eByEdge) {
             if (lElement->GetReferenceMode() != MoxLayerElement::eDirect)
                 _MoxAssert(sgFile, pFunction, __LINE__, sgEdgeSmoothingIndexed.mText);
-            MarkSoftEdgeCorners(pMesh, *lElement, lStamp, pTargets);
+            MarkSoftEdges(pMesh, *lElement, lSides, lStamp, pTargets);
         } else {
             _MoxAssert(sgFile, pFunction, __LINE__, sgSmoothingMappingUnsupported.mText);
         }
@@ -834,7 +1072,7 @@ void MoxMesh::GenerateNormalsByCtrlPoint(bool pCW)
 {
     MoxArray<VertexNormalInfo> lNormals;
     ComputeNormalsPerCtrlPoint(lNormals, pCW);
-    InitNormals(0, 1);
+    InitWrittenNormals(*this, 0, GetControlPointsCount());
     WriteAveragedNormals(NormalArray(*this, __func__), lNormals, GetControlPointsCount());
 }
 
@@ -881,7 +1119,7 @@ bool MoxMesh::GenerateNormals(bool pOverwrite, bool pByCtrlPoint, bool pCW)
     if (!lLayer) return false;
     if (MoxLayerElementNormal* lExisting = lLayer->GetNormals()) {
         if (!pOverwrite) return true;
-        lExisting->Clear();
+        if (!HoldsNormals(*this, pByCtrlPoint ? GetControlPointsCount() : GetPolygonVertexCount())) lExisting->Clear();
     }
     if (pByCtrlPoint) {
         GenerateNormalsByCtrlPoint(pCW);
@@ -899,7 +1137,7 @@ bool MoxMesh::GenerateNormals(bool pOverwrite, bool pByCtrlPoint, bool pCW)
     if (GetElementSmoothingCount() > 0) GatherSmoothTargets(*this, lSmooth, __func__);
     if (!lWellFormed) lSmooth.ApplyMarked();
     const int lCount = GetPolygonVertexCount();
-    InitNormals(lCount, 1);
+    InitWrittenNormals(*this, lCount, lCount);
     MoxLayerElementArrayTemplate<MoxVector4>* lDirect = NormalArray(*this, __func__);
     if (lWellFormed)
         WriteCornerNormals(*this, lDirect, pCW, lSmooth);
@@ -935,15 +1173,14 @@ bool MoxMesh::CheckIfVertexNormalsCCW()
         MOX_REPORT(sgFile, sgNoNormalValues.mText);
         return false;
     }
-    MoxLayerElementArrayTemplate<int>* lIndexArray = nullptr;
-    const bool lIndexed = GetNormalsIndices(&lIndexArray) && lIndexArray;
-    const LockedValues<MoxVector4> lStored(lDirect, MoxLayerElementArray::eReadLock);
-    const LockedValues<int> lIndices(lIndexed ? lIndexArray : nullptr, MoxLayerElementArray::eReadLock);
+    // Through the index array when the element has one (as long as the control points, checked above).
+    const MoxLayerElementReader<MoxVector4> lStored(lElement);
     bool lMatch = false;
     ForEachMeanNormal(lExpected.GetArray(), std::min(lPointCount, lExpected.GetCount()), true,
                       [&](int pPoint, const MoxVector4& pExpected) {
-                          const int lSlot = lIndexed ? lIndices.At(pPoint) : pPoint;
-                          lMatch = lStored.Has(lSlot) && (lStored[lSlot] - pExpected).Length() < sgWindingTolerance;
+                          MoxVector4 lNormal;
+                          lMatch = lStored.Value(lStored.IndexOf(pPoint), lNormal) &&
+                                   (lNormal - pExpected).Length() < sgWindingTolerance;
                           return !lMatch;
                       });
     return lMatch;

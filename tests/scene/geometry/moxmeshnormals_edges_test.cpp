@@ -2,12 +2,14 @@
 // operations that read the edge table, the edge queries and the control-point-to-vertices map.
 #include "moxsdk/scene/geometry/moxmesh.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <chrono>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -326,6 +328,73 @@ TEST(MoxMeshGenerateNormalsByEdge, MatchesThePlainListsOnRandomMeshes)
         ++lCompared;
     }
     EXPECT_GE(lCompared, 200);
+}
+
+// A random mesh with smoothing by edge and by polygon, its edge array built and then, per pVariant, kept (0),
+// missing (1), with two entries swapped (2), without its last entry (3) or with its first entry repeated (4).
+void MakeSmoothedMesh(MoxMesh& pMesh, std::mt19937& pRandom, int pVariant)
+{
+    moxtest::RandomMeshOptions lOptions;
+    lOptions.mDegenerate = pRandom() % 3 == 0;
+    moxtest::MakeRandomMesh(pMesh, pRandom, lOptions);
+    if (!pMesh.GetLayer(0)) pMesh.CreateLayer();
+    if (pVariant != 1) pMesh.BuildMeshEdgeArray();
+    const int lEdges = pMesh.GetMeshEdgeCount();
+    if (pVariant == 2 && lEdges > 1) std::swap(pMesh.mEdgeArray[0], pMesh.mEdgeArray[lEdges - 1]);
+    if (pVariant == 3 && lEdges > 0) pMesh.mEdgeArray.RemoveAt(lEdges - 1);
+    if (pVariant == 4 && lEdges > 0) pMesh.mEdgeArray.Add(pMesh.mEdgeArray[0]);
+    std::vector<int> lSoft(size_t(pMesh.GetMeshEdgeCount()));
+    for (int& lValue : lSoft) lValue = int(pRandom() % 3) - 1;
+    AddSmoothing(pMesh, MoxLayerElement::eByEdge, lSoft);
+    if (pRandom() % 2 == 0) AddSmoothing(pMesh, MoxLayerElement::eByPolygon, std::vector<int>(8, 1));
+}
+
+bool HasEmptyPolygon(const MoxMesh& pMesh)
+{
+    for (int p = 0; p < pMesh.GetPolygonCount(); ++p)
+        if (pMesh.GetPolygonSize(p) < 1) return true;
+    return false;
+}
+
+// Smoothing answers each side's edge from tables of its own where the edge lookups would answer alike;
+// a caller's open edge-adding map makes it use the lookups. Both give the same normals, the same reports
+// (on meshes whose map builds without one) and leave the lookups closed.
+TEST(MoxMeshGenerateNormalsByEdge, SideTableMatchesTheEdgeLookups)
+{
+    std::mt19937 lRandom(71);
+    int lCompared = 0;
+    for (int lRound = 0; lRound < 400; ++lRound) {
+        moxtest::ManagerScope lScope;
+        MoxMesh* lOwn = lScope.NewMesh();
+        MoxMesh* lLookups = lScope.NewMesh();
+        std::mt19937 lSame = lRandom;
+        MakeSmoothedMesh(*lOwn, lRandom, lRound % 5);
+        MakeSmoothedMesh(*lLookups, lSame, lRound % 5);
+        const bool lCW = lRound % 2 == 1;
+        moxtest::ReportCapture lCapture;
+        ASSERT_TRUE(lOwn->GenerateNormals(true, false, lCW));
+        const std::vector<moxtest::Report> lExpected = lCapture.Reports();
+        lCapture.Clear();
+        lLookups->BeginAddMeshEdgeIndex();
+        const bool lCompareReports = lCapture.Count() == 0;
+        ASSERT_TRUE(lLookups->GenerateNormals(true, false, lCW));
+        const std::vector<MoxVector4> lA = NormalsOf(*lOwn);
+        const std::vector<MoxVector4> lB = NormalsOf(*lLookups);
+        ASSERT_EQ(lA.size(), lB.size()) << lRound;
+        for (size_t i = 0; i < lA.size(); ++i) ASSERT_TRUE(SameBits(lA[i], lB[i])) << lRound << " " << i;
+        EXPECT_FALSE(lOwn->mV2PVMap.mValid);
+        EXPECT_FALSE(lOwn->mEdgeLookup.mValid);
+        EXPECT_EQ(lOwn->mV2PVMap.mPVToEdge.GetCount(), 0);
+        if (!lCompareReports || !lOwn->HasWellFormedTopology() || HasEmptyPolygon(*lOwn)) continue;
+        const std::vector<moxtest::Report>& lActual = lCapture.Reports();
+        ASSERT_EQ(lActual.size(), lExpected.size()) << lRound;
+        for (size_t i = 0; i < lActual.size(); ++i) {
+            EXPECT_EQ(lActual[i].mFunction, lExpected[i].mFunction) << lRound;
+            EXPECT_EQ(lActual[i].mMessage, lExpected[i].mMessage) << lRound;
+        }
+        ++lCompared;
+    }
+    EXPECT_GE(lCompared, 150);
 }
 
 // ---- Conforming --------------------------------------------------------------------------------------------

@@ -184,6 +184,39 @@ TEST(MoxMeshNormalsPerControlPoint, RecordsAlreadyHeldKeepTheirContents)
 
 // ---- Normals per polygon vertex -----------------------------------------------------------------------
 
+// The sums are bit for bit those of the plain corner walk, on random meshes of triangles and other
+// polygons, well-formed or with degenerate polygons and invalid indices, in both windings.
+TEST(MoxMeshNormalsPerControlPoint, MatchesThePlainWalkOnRandomMeshes)
+{
+    std::mt19937 lRandom(5);
+    int lCompared = 0;
+    for (int lRound = 0; lRound < 300; ++lRound) {
+        moxtest::ManagerScope lScope;
+        MoxMesh* lMesh = lScope.NewMesh();
+        moxtest::RandomMeshOptions lOptions;
+        lOptions.mInvalidIndices = lRound % 4 == 3;
+        lOptions.mDegenerate = lRound % 2 == 1;
+        lOptions.mMaxPolygonSize = lRound % 3 == 0 ? 3 : 6;
+        moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
+        const bool lCW = lRound % 5 < 2;
+        const std::vector<Record> lExpected = PlainPerControlPoint(*lMesh, lCW);
+        MoxArray<MoxMesh::VertexNormalInfo> lInfo;
+        moxtest::ReportCapture lCapture;
+        lMesh->ComputeNormalsPerCtrlPoint(lInfo, lCW);
+        if (lExpected.empty() && lMesh->GetControlPointsCount() > 0) {
+            EXPECT_EQ(lInfo.GetCount(), 0) << lRound;
+            continue;
+        }
+        ASSERT_EQ(size_t(lInfo.GetCount()), lExpected.size()) << lRound;
+        for (int i = 0; i < lInfo.GetCount(); ++i) {
+            ASSERT_TRUE(SameBits(lInfo[i].mTotalNormal, lExpected[size_t(i)].mTotal)) << lRound << " " << i;
+            ASSERT_EQ(lInfo[i].mNumNormal, lExpected[size_t(i)].mCount) << lRound << " " << i;
+        }
+        ++lCompared;
+    }
+    EXPECT_GE(lCompared, 150);
+}
+
 TEST(MoxMeshNormalsPerPolygonVertex, PlanarPolygonGivesTheFaceNormalAtEveryCorner)
 {
     moxtest::ManagerScope lScope;
@@ -350,6 +383,43 @@ TEST(MoxMeshGenerateNormals, OverwriteReplacesExistingNormals)
         const MoxVector4 lCorner = CubeCorner(c);
         ExpectVector(lNormals[c], lCorner[0] * lThird, lCorner[1] * lThird, lCorner[2] * lThird, 0, 1e-15);
     }
+}
+
+// Regenerating over an element that holds enough values writes over its storage, indexed or not, and
+// ends as a first generation does: same modes, no index array, the same values, bit for bit; the storage
+// past a shrunk count is zero.
+TEST(MoxMeshGenerateNormals, RegenerationWritesOverTheElementsStorage)
+{
+    moxtest::ManagerScope lScope;
+    MoxMesh* lFresh = lScope.NewMesh();
+    MoxMesh* lMesh = lScope.NewMesh();
+    moxtest::MakeCube(*lFresh);
+    moxtest::MakeCube(*lMesh);
+    ASSERT_TRUE(lFresh->GenerateNormals(true, false, false));
+    ASSERT_TRUE(lMesh->GenerateNormals(true, false, true));
+    MoxLayerElementNormal* lElement = lMesh->GetLayer(0)->GetNormals();
+    lElement->SetReferenceMode(MoxLayerElement::eIndexToDirect);
+    lElement->mIndexArray->Add(5);
+    const void* lStorage = lElement->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock);
+    ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
+    EXPECT_EQ(lElement->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock), lStorage);
+    EXPECT_EQ(lElement->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+    EXPECT_EQ(lElement->GetReferenceMode(), MoxLayerElement::eDirect);
+    EXPECT_EQ(lElement->mIndexArray->GetCount(), 0);
+    const std::vector<MoxVector4> lExpected = NormalsOf(*lFresh);
+    std::vector<MoxVector4> lActual = NormalsOf(*lMesh);
+    ASSERT_EQ(lActual.size(), lExpected.size());
+    for (size_t i = 0; i < lActual.size(); ++i) EXPECT_TRUE(SameBits(lActual[i], lExpected[i])) << i;
+
+    ASSERT_TRUE(lFresh->GenerateNormals(true, true, false));
+    ASSERT_TRUE(lMesh->GenerateNormals(true, true, false));
+    EXPECT_EQ(lElement->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock), lStorage);
+    EXPECT_EQ(lElement->GetMappingMode(), MoxLayerElement::eByControlPoint);
+    lActual = NormalsOf(*lMesh);
+    ASSERT_EQ(lActual.size(), 8u);
+    for (size_t i = 0; i < lActual.size(); ++i) EXPECT_TRUE(SameBits(lActual[i], NormalsOf(*lFresh)[i])) << i;
+    const MoxVector4* lPastCount = static_cast<const MoxVector4*>(lStorage) + 8;
+    for (int i = 0; i < 16; ++i) EXPECT_TRUE(SameBits(lPastCount[i], MoxVector4(0, 0, 0, 0))) << i;
 }
 
 // Hard corners follow pCW (clockwise: pointing inwards); smoothed corners always take the

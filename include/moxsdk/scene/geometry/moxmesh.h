@@ -522,8 +522,8 @@ public:
     void BeginGetMeshEdgeIndexForPolygon();
     void EndGetMeshEdgeIndexForPolygon();
     // The edge of the side at pPositionInPolygon of pPolygonIndex; -1 when none or for bad arguments.
-    // With the cache, from the corners of the side's start control point (see moxmeshedges.cxx for where
-    // that differs from GetMeshEdgeIndex), else GetMeshEdgeIndex.
+    // With the cache, from the corners of the side's start control point (see moxmeshedgequeries.cxx for
+    // where that differs from GetMeshEdgeIndex), else GetMeshEdgeIndex.
     int GetMeshEdgeIndexForPolygon(int pPolygonIndex, int pPositionInPolygon);
     // Removes the listed edges (an increasing list) from mEdgeArray and from layer 0's edge-mapped
     // smoothing, user data, visibility and edge crease; the list's count, or -1 (nothing changed) when its
@@ -619,7 +619,7 @@ protected:
 
     // What mV2PVMap's blocks do not record, kept beside them by BeginAddMeshEdgeIndex and dropped by
     // EndAddMeshEdgeIndex: the number of control points the blocks cover, and, for each control point of
-    // high valence, its corners sorted by neighbouring control point (layout in moxmeshedges.cxx).
+    // high valence, its corners sorted by neighbouring control point (layout in moxmeshedgetable.cxx).
     int mV2PVControlPointCount = 0;
     MoxArray<long long> mV2PVNeighbours;
     // The number of polygon edits recorded (NotePolygonEdit); it only grows, wrapping.

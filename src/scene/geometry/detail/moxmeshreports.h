@@ -40,6 +40,14 @@ inline constexpr MoxReportText sgNoFirstPositionsMemory{
     "mFirst", "memory for the edge positions of the polygon vertices ran out; edges are looked up one by one"};
 inline constexpr MoxReportText sgNoOtherPositionsMemory{
     "mOthers", "memory for the edge positions of the polygon vertices ran out; edges are looked up one by one"};
+inline constexpr MoxReportText sgNoSideEdgesMemory{
+    "mSideEdges", "memory for the edge of every polygon side ran out; smoothing asks the edge lookups instead"};
+inline constexpr MoxReportText sgNoGroupStartsMemory{
+    "lGroupStarts", "memory for grouping the edges by control point ran out; smoothing asks the edge lookups instead"};
+inline constexpr MoxReportText sgNoGroupFillMemory{
+    "lGroupFill", "memory for filling the edge groups ran out; smoothing asks the edge lookups instead"};
+inline constexpr MoxReportText sgNoEdgeGroupsMemory{
+    "lGroups", "memory for the edges grouped by control point ran out; smoothing asks the edge lookups instead"};
 inline constexpr MoxReportText sgNoTangentMemory{
     "lTangents", "memory for the per-polygon-vertex tangents ran out; no tangents are made"};
 inline constexpr MoxReportText sgNoBinormalMemory{

@@ -35,6 +35,17 @@ inline int MoxPeekVertex(const MoxArray<int>& pPolygonVertices, int64_t pPositio
     return pPosition >= 0 && pPosition < pPolygonVertices.GetCapacity() ? pPolygonVertices.GetArray()[pPosition] : 0;
 }
 
+// True when the edge lookups would build their maps without a report: well-formed topology (every
+// polygon vertex a control point, runs back to back) and no empty polygon (whose first vertex the edge
+// vertex lookup reads). Such a mesh can answer edge questions from tables of its own.
+inline bool MoxHasPlainPolygons(const MoxMesh& pMesh)
+{
+    if (!pMesh.HasWellFormedTopology()) return false;
+    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
+        if (lPolygon.mSize < 1) return false;
+    return true;
+}
+
 // Pair pRank of control point pControlPoint in pMesh.mV2PVMap: {polygon, position in polygon}. The
 // caller has checked pRank against MoxMesh::GetV2PVCount.
 inline MoxPair<int, int> MoxMapCorner(const MoxMesh& pMesh, int pControlPoint, int pRank)
