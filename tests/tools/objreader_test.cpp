@@ -241,3 +241,27 @@ TEST(ObjReader, ConcavePolygonSampleStaysOnePolygon)
 }
 
 }  // namespace
+
+// A statement that only tinyobjloader reads ("vp", which it ignores) sends the whole file to it: both
+// ways give the same data.
+TEST(ObjReader, PlainTextAndTinyObjLoaderGiveTheSameData)
+{
+    const std::string lText =
+        "v 0.1 0.2 0.3\nv 1.7 0 -0.25\nv 0 1e-3 0\nvt 0.3 0.7\nvn 0 0 1\n"
+        "f 1/1/1 2/1/1 3/1/1\nf 3//1 2//1 1//1\n";
+    std::vector<std::string> lPlainNotes;
+    std::vector<std::string> lNotes;
+    const MeshData lPlain = Parse(lText, &lPlainNotes);
+    const MeshData lRead = Parse(lText + "vp 0.5 0.5\n", &lNotes);
+    EXPECT_EQ(lPlain.mPositions, lRead.mPositions);
+    EXPECT_EQ(lPlain.mPolygonSizes, lRead.mPolygonSizes);
+    EXPECT_EQ(lPlain.mPolygonVertices, lRead.mPolygonVertices);
+    EXPECT_EQ(lPlain.mNormals.mValues, lRead.mNormals.mValues);
+    EXPECT_EQ(lPlain.mNormals.mIndices, lRead.mNormals.mIndices);
+    ASSERT_EQ(lPlain.mUVSets.size(), 1u);
+    ASSERT_EQ(lRead.mUVSets.size(), 1u);
+    EXPECT_EQ(lPlain.mUVSets[0].mValues, lRead.mUVSets[0].mValues);
+    EXPECT_EQ(lPlain.mUVSets[0].mIndices, lRead.mUVSets[0].mIndices);
+    EXPECT_EQ(lPlainNotes, lNotes);
+    EXPECT_EQ(lNotes, (std::vector<std::string>{}));
+}

@@ -4,26 +4,25 @@
 #include <cstring>
 
 namespace moxmeshtool {
-namespace {
 
-// The process's data size now (VmData of /proc/self/status), in bytes; 0 when it cannot be read.
-size_t CurrentDataSize()
+size_t ProcessStatusBytes(const char* pField)
 {
     std::FILE* lStatus = std::fopen("/proc/self/status", "r");
     if (!lStatus) return 0;
+    const size_t lFieldLength = std::strlen(pField);
     char lLine[256];
     unsigned long long lKilobytes = 0;
     while (std::fgets(lLine, sizeof lLine, lStatus))
-        if (std::sscanf(lLine, "VmData: %llu kB", &lKilobytes) == 1) break;
+        if (std::strncmp(lLine, pField, lFieldLength) == 0 && lLine[lFieldLength] == ':' &&
+            std::sscanf(lLine + lFieldLength + 1, "%llu kB", &lKilobytes) == 1)
+            break;
     std::fclose(lStatus);
     return static_cast<size_t>(lKilobytes) * 1024;
 }
 
-}  // namespace
-
 MemoryBudget::MemoryBudget(size_t pBytes)
 {
-    const size_t lCurrent = CurrentDataSize();
+    const size_t lCurrent = ProcessStatusBytes("VmData");
     if (lCurrent == 0 || getrlimit(RLIMIT_DATA, &mPrevious) != 0) return;
     rlimit lLimit = mPrevious;
     const rlim_t lWanted = static_cast<rlim_t>(lCurrent + pBytes);

@@ -14,6 +14,10 @@
 
 namespace moxmeshtool {
 
+// A size of the process from /proc/self/status, in bytes: pField is "VmData", "VmRSS" (resident now),
+// "VmHWM" (peak resident so far), ...; 0 when it cannot be read.
+size_t ProcessStatusBytes(const char* pField);
+
 class MemoryBudget {
 public:
     explicit MemoryBudget(size_t pBytes);

@@ -1,15 +1,24 @@
 #include "objreader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
+#include <type_traits>
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <tiny_obj_loader.h>
+#include <unistd.h>
 
 #include "meshbuilder.h"
+#include "objtext.h"
 #include "toolerror.h"
 
 namespace moxmeshtool {
@@ -22,7 +31,17 @@ struct ObjContent {
     std::vector<tinyobj::material_t> mMaterials;
     std::string mWarning;
     std::string mError;
+
+    size_t CornerCount() const
+    {
+        size_t lCount = 0;
+        for (const tinyobj::shape_t& lShape : mShapes) lCount += lShape.mesh.indices.size();
+        return lCount;
+    }
 };
+
+// The reader's values handed over without a copy (tinyobjloader is built with double coordinates).
+static_assert(std::is_same<tinyobj::real_t, double>::value, "tinyobjloader must read doubles");
 
 // How many of the reader's warnings become notes; the rest are counted.
 constexpr size_t sgMaxWarnings = 5;
@@ -46,65 +65,75 @@ void AddWarnings(const std::string& pWarnings, std::vector<std::string>& pNotes)
     if (lMore > 0) pNotes.push_back("tinyobjloader: " + std::to_string(lMore) + " more warnings");
 }
 
-// Polygons, their control points and materials, shape after shape.
-void CopyFaces(const ObjContent& pObj, MeshData& pData)
+// Polygons with their control points, normal and UV indices and materials, shape after shape; each
+// shape's arrays are released once taken.
+void TakeFaces(ObjContent& pObj, ObjArrays& pArrays, MeshData& pData)
 {
     const int lMaterialCount = static_cast<int>(pObj.mMaterials.size());
-    for (const tinyobj::shape_t& lShape : pObj.mShapes) {
+    size_t lFaces = 0;
+    for (const tinyobj::shape_t& lShape : pObj.mShapes) lFaces += lShape.mesh.num_face_vertices.size();
+    const size_t lCorners = pObj.CornerCount();
+    pArrays.mPolygonSizes.reserve(lFaces);
+    pData.mPolygonMaterials.reserve(lFaces);
+    pArrays.mVertices.reserve(lCorners);
+    pArrays.mNormalIndices.reserve(lCorners);
+    pArrays.mUVIndices.reserve(lCorners);
+    for (tinyobj::shape_t& lShape : pObj.mShapes) {
         const tinyobj::mesh_t& lMesh = lShape.mesh;
         for (size_t lFace = 0; lFace < lMesh.num_face_vertices.size(); ++lFace) {
-            pData.mPolygonSizes.push_back(lMesh.num_face_vertices[lFace]);
+            pArrays.mPolygonSizes.push_back(lMesh.num_face_vertices[lFace]);
             const int lMaterial = lFace < lMesh.material_ids.size() ? lMesh.material_ids[lFace] : -1;
             pData.mPolygonMaterials.push_back(lMaterial >= 0 && lMaterial < lMaterialCount ? lMaterial : -1);
         }
-        for (const tinyobj::index_t& lIndex : lMesh.indices) pData.mPolygonVertices.push_back(lIndex.vertex_index);
+        for (const tinyobj::index_t& lIndex : lMesh.indices) {
+            pArrays.mVertices.push_back(lIndex.vertex_index);
+            pArrays.mNormalIndices.push_back(lIndex.normal_index);
+            pArrays.mUVIndices.push_back(lIndex.texcoord_index);
+        }
+        lShape.mesh = tinyobj::mesh_t();
     }
     for (const tinyobj::material_t& lMaterial : pObj.mMaterials) pData.mMaterialNames.push_back(lMaterial.name);
     if (pData.mMaterialNames.empty()) pData.mPolygonMaterials.clear();
 }
 
-// One per-polygon-vertex channel from the faces' normal or texture coordinate indices (pIndexOf picks
-// which). False when no polygon vertex has one.
-template <class INDEX_OF>
-bool CopyChannel(const ObjContent& pObj, const std::vector<tinyobj::real_t>& pValues, int pComponents,
-                 INDEX_OF pIndexOf, AttributeChannel& pChannel, size_t& pMissing)
+// A per-polygon-vertex channel of pComponents values per entry, both arrays moved in; empty when no
+// polygon vertex has a value. pMissing: the polygon vertices without one.
+AttributeChannel TakeChannel(std::vector<double>& pValues, std::vector<int>& pIndices, int pComponents,
+                             size_t& pMissing)
 {
-    pChannel.mComponents = pComponents;
-    pChannel.mValues.assign(pValues.begin(), pValues.end());
     pMissing = 0;
-    for (const tinyobj::shape_t& lShape : pObj.mShapes)
-        for (const tinyobj::index_t& lIndex : lShape.mesh.indices) {
-            pChannel.mIndices.push_back(pIndexOf(lIndex));
-            if (pChannel.mIndices.back() < 0) ++pMissing;
-        }
-    if (pMissing == pChannel.mIndices.size()) pChannel = AttributeChannel();
-    return !pChannel.IsEmpty();
+    for (const int lIndex : pIndices) pMissing += lIndex < 0 ? 1 : 0;
+    AttributeChannel lChannel;
+    if (pMissing == pIndices.size()) return lChannel;
+    lChannel.mComponents = pComponents;
+    lChannel.mValues = std::move(pValues);
+    lChannel.mIndices = std::move(pIndices);
+    return lChannel;
 }
 
 // Normals are kept only when every polygon vertex has one: a mesh's normals cannot leave corners out.
-void CopyNormals(const ObjContent& pObj, MeshData& pData, std::vector<std::string>& pNotes)
+void TakeNormals(ObjArrays& pArrays, MeshData& pData, std::vector<std::string>& pNotes)
 {
     size_t lMissing = 0;
-    const auto lIndexOf = [](const tinyobj::index_t& pIndex) { return pIndex.normal_index; };
-    if (!CopyChannel(pObj, pObj.mAttrib.normals, 3, lIndexOf, pData.mNormals, lMissing)) return;
-    if (lMissing == 0) return;
+    pData.mNormals = TakeChannel(pArrays.mNormals, pArrays.mNormalIndices, 3, lMissing);
+    if (pData.mNormals.IsEmpty() || lMissing == 0) return;
     pNotes.push_back(std::to_string(lMissing) + " of " + std::to_string(pData.mNormals.mIndices.size()) +
                      " polygon vertices have no normal: the file's normals are left out");
     pData.mNormals = AttributeChannel();
 }
 
 // Texture coordinates may leave polygon vertices out: those stay unmapped (index -1).
-void CopyUVs(const ObjContent& pObj, MeshData& pData)
+void TakeUVs(ObjArrays& pArrays, MeshData& pData)
 {
     size_t lMissing = 0;
-    AttributeChannel lUVs;
-    const auto lIndexOf = [](const tinyobj::index_t& pIndex) { return pIndex.texcoord_index; };
-    if (!CopyChannel(pObj, pObj.mAttrib.texcoords, 2, lIndexOf, lUVs, lMissing)) return;
+    AttributeChannel lUVs = TakeChannel(pArrays.mUVs, pArrays.mUVIndices, 2, lMissing);
+    if (lUVs.IsEmpty()) return;
     lUVs.mName = "uv0";
     pData.mUVSets.push_back(std::move(lUVs));
 }
 
-void NoteIgnoredPrimitives(const ObjContent& pObj, std::vector<std::string>& pNotes)
+// "not polygons, left out: 1 line, 2 points"; empty when the file has neither.
+std::string IgnoredPrimitives(const ObjContent& pObj)
 {
     size_t lLines = 0;
     size_t lPoints = 0;
@@ -112,9 +141,9 @@ void NoteIgnoredPrimitives(const ObjContent& pObj, std::vector<std::string>& pNo
         lLines += lShape.lines.num_line_vertices.size();
         lPoints += lShape.points.indices.size();
     }
-    if (lLines + lPoints > 0)
-        pNotes.push_back("not polygons, left out: " + std::to_string(lLines) + (lLines == 1 ? " line, " : " lines, ") +
-                         std::to_string(lPoints) + (lPoints == 1 ? " point" : " points"));
+    if (lLines + lPoints == 0) return {};
+    return "not polygons, left out: " + std::to_string(lLines) + (lLines == 1 ? " line, " : " lines, ") +
+           std::to_string(lPoints) + (lPoints == 1 ? " point" : " points");
 }
 
 // The whole file. Throws ToolError when it cannot be read.
@@ -174,15 +203,59 @@ std::string Utf16ToUtf8(const std::string& pText, bool pBigEndian)
     return lText;
 }
 
+bool IsUtf16(const std::string& pStart)
+{
+    return pStart.compare(0, 2, "\xfe\xff") == 0 || pStart.compare(0, 2, "\xff\xfe") == 0;
+}
+
+bool HasUtf8Mark(const std::string& pStart)
+{
+    return pStart.compare(0, 3, "\xef\xbb\xbf") == 0;
+}
+
 // pText as UTF-8 without a byte order mark: UTF-16 (either byte order, with its mark) is converted, a
 // UTF-8 mark removed. tinyobjloader reads bytes and would see no statement in UTF-16 text.
 std::string WithoutByteOrderMark(std::string pText)
 {
-    if (pText.compare(0, 3, "\xef\xbb\xbf") == 0) return pText.substr(3);
-    if (pText.compare(0, 2, "\xfe\xff") == 0) return Utf16ToUtf8(pText, true);
-    if (pText.compare(0, 2, "\xff\xfe") == 0) return Utf16ToUtf8(pText, false);
+    if (HasUtf8Mark(pText)) return pText.substr(3);
+    if (IsUtf16(pText)) return Utf16ToUtf8(pText, pText[0] == '\xfe');
     return pText;
 }
+
+// The file's first bytes (up to 3), enough to see its byte order mark. Throws ToolError when it cannot be
+// read.
+std::string FirstBytes(const std::string& pPath)
+{
+    std::FILE* lFile = std::fopen(pPath.c_str(), "rb");
+    if (!lFile) throw ToolError(pPath, std::string("cannot read: ") + std::strerror(errno));
+    char lStart[3];
+    const size_t lRead = std::fread(lStart, 1, sizeof lStart, lFile);
+    std::fclose(lFile);
+    return std::string(lStart, lRead);
+}
+
+// The stream tinyobjloader reads: the file itself, past a UTF-8 byte order mark, or the text of a
+// UTF-16 file converted to UTF-8 (the only case that holds the whole text in memory).
+class ObjStream {
+public:
+    explicit ObjStream(const std::string& pPath)
+    {
+        const std::string lStart = FirstBytes(pPath);
+        if (IsUtf16(lStart)) {
+            mText = std::make_unique<std::istringstream>(WithoutByteOrderMark(ReadText(pPath)));
+            return;
+        }
+        mFile = std::make_unique<std::ifstream>(pPath, std::ios::binary);
+        if (!*mFile) throw ToolError(pPath, std::string("cannot read: ") + std::strerror(errno));
+        if (HasUtf8Mark(lStart)) mFile->seekg(3);
+    }
+
+    std::istream& Stream() { return mText ? static_cast<std::istream&>(*mText) : *mFile; }
+
+private:
+    std::unique_ptr<std::istringstream> mText;
+    std::unique_ptr<std::ifstream> mFile;
+};
 
 // The number of vertices of each face statement (`f`) of pText with 3 or more, in file order.
 std::vector<int> CountFaceVertices(const std::string& pText)
@@ -203,50 +276,113 @@ std::vector<int> CountFaceVertices(const std::string& pText)
 
 // tinyobjloader counts the vertices of a face in one byte: a face of more than 255 comes out with its
 // size modulo 256 (its indices are all there). The sizes are taken from the file's face statements then,
-// when they agree with what was read.
-void RestoreLargeFaces(const std::string& pPath, const std::string& pText, MeshData& pData)
+// when they agree with what was read (the file is read again for them: such faces are rare).
+void RestoreLargeFaces(const std::string& pPath, ObjArrays& pArrays)
 {
     size_t lSum = 0;
-    for (int lSize : pData.mPolygonSizes) lSum += static_cast<size_t>(lSize);
-    if (lSum == pData.PolygonVertexCount()) return;
-    const std::vector<int> lCounts = CountFaceVertices(pText);
-    bool lAgree = lCounts.size() == pData.mPolygonSizes.size();
+    for (int lSize : pArrays.mPolygonSizes) lSum += static_cast<size_t>(lSize);
+    if (lSum == pArrays.mVertices.size()) return;
+    const std::vector<int> lCounts = CountFaceVertices(WithoutByteOrderMark(ReadText(pPath)));
+    bool lAgree = lCounts.size() == pArrays.mPolygonSizes.size();
     size_t lCountSum = 0;
     for (size_t f = 0; lAgree && f < lCounts.size(); ++f) {
-        lAgree = lCounts[f] % 256 == pData.mPolygonSizes[f] % 256;
+        lAgree = lCounts[f] % 256 == pArrays.mPolygonSizes[f] % 256;
         lCountSum += static_cast<size_t>(lCounts[f]);
     }
-    if (!lAgree || lCountSum != pData.PolygonVertexCount())
+    if (!lAgree || lCountSum != pArrays.mVertices.size())
         throw ToolError(pPath, "a face has more than 255 vertices and its size cannot be recovered");
-    pData.mPolygonSizes = lCounts;
+    pArrays.mPolygonSizes = lCounts;
+}
+
+// What tinyobjloader reads from pPath. Throws ToolError for a file it finds malformed.
+void LoadContent(const std::string& pPath, ObjContent& pObj)
+{
+    ObjStream lStream(pPath);
+    const size_t lSlash = pPath.find_last_of('/');
+    tinyobj::MaterialFileReader lMaterials(lSlash == std::string::npos ? std::string() : pPath.substr(0, lSlash));
+    if (!tinyobj::LoadObj(&pObj.mAttrib, &pObj.mShapes, &pObj.mMaterials, &pObj.mWarning, &pObj.mError,
+                          &lStream.Stream(), &lMaterials, false, false))
+        throw ToolError(pPath, "malformed OBJ file: " + ToolError::OneLine(pObj.mError));
+}
+
+// The file's bytes mapped for reading; empty for an empty file. Throws ToolError when it cannot be read.
+class MappedFile {
+public:
+    explicit MappedFile(const std::string& pPath)
+    {
+        const int lFile = open(pPath.c_str(), O_RDONLY | O_CLOEXEC);
+        if (lFile < 0) throw ToolError(pPath, std::string("cannot read: ") + std::strerror(errno));
+        struct stat lStatus;
+        if (fstat(lFile, &lStatus) == 0 && lStatus.st_size > 0) {
+            mSize = static_cast<size_t>(lStatus.st_size);
+            void* lBytes = mmap(nullptr, mSize, PROT_READ, MAP_PRIVATE, lFile, 0);
+            mBytes = lBytes == MAP_FAILED ? nullptr : static_cast<const char*>(lBytes);
+        }
+        const int lError = errno;
+        close(lFile);
+        if (mSize > 0 && !mBytes) throw ToolError(pPath, std::string("cannot read: ") + std::strerror(lError));
+        if (mBytes) madvise(const_cast<char*>(mBytes), mSize, MADV_SEQUENTIAL);
+    }
+    ~MappedFile()
+    {
+        if (mBytes) munmap(const_cast<char*>(mBytes), mSize);
+    }
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+
+    const char* Begin() const { return mBytes; }
+    const char* End() const { return mBytes + mSize; }
+
+private:
+    const char* mBytes = nullptr;
+    size_t mSize = 0;
+};
+
+// The file read straight from its bytes when it is plain OBJ text (objtext.h): UTF-8, with or without
+// a byte order mark. False when tinyobjloader must read it.
+bool ReadPlainText(const std::string& pPath, ObjArrays& pArrays)
+{
+    const MappedFile lFile(pPath);
+    const std::string lStart(lFile.Begin(), std::min<size_t>(lFile.End() - lFile.Begin(), 3));
+    if (IsUtf16(lStart)) return false;
+    return ParsePlainObj(lFile.Begin() + (HasUtf8Mark(lStart) ? 3 : 0), lFile.End(), pArrays);
+}
+
+// The file read by tinyobjloader: its polygons into pArrays, its materials into pData, its warnings into
+// pNotes (whatever pArrays held is replaced); the note on lines and points left out is returned, to
+// come last.
+std::string ReadWithTinyObjLoader(const std::string& pPath, ObjArrays& pArrays, MeshData& pData,
+                                  std::vector<std::string>& pNotes)
+{
+    pArrays = ObjArrays();
+    ObjContent lObj;
+    LoadContent(pPath, lObj);
+    AddWarnings(lObj.mWarning, pNotes);
+    pArrays.mPositions = std::move(lObj.mAttrib.vertices);
+    pArrays.mNormals = std::move(lObj.mAttrib.normals);
+    pArrays.mUVs = std::move(lObj.mAttrib.texcoords);
+    TakeFaces(lObj, pArrays, pData);
+    if (!pArrays.mPolygonSizes.empty()) RestoreLargeFaces(pPath, pArrays);
+    return IgnoredPrimitives(lObj);
 }
 
 }  // namespace
 
 void ParseObj(const std::string& pPath, MeshData& pData, std::vector<std::string>& pNotes)
 {
-    const std::string lText = WithoutByteOrderMark(ReadText(pPath));
-    ObjContent lObj;
-    {
-        std::istringstream lStream(lText);
-        const size_t lSlash = pPath.find_last_of('/');
-        tinyobj::MaterialFileReader lMaterials(lSlash == std::string::npos ? std::string() : pPath.substr(0, lSlash));
-        if (!tinyobj::LoadObj(&lObj.mAttrib, &lObj.mShapes, &lObj.mMaterials, &lObj.mWarning, &lObj.mError, &lStream,
-                              &lMaterials, false, false))
-            throw ToolError(pPath, "malformed OBJ file: " + ToolError::OneLine(lObj.mError));
-    }
-    AddWarnings(lObj.mWarning, pNotes);
-
     pData = MeshData();
-    pData.mPositions.assign(lObj.mAttrib.vertices.begin(), lObj.mAttrib.vertices.end());
-    CopyFaces(lObj, pData);
-    if (pData.mPolygonSizes.empty())
+    ObjArrays lArrays;
+    std::string lIgnored;
+    if (!ReadPlainText(pPath, lArrays)) lIgnored = ReadWithTinyObjLoader(pPath, lArrays, pData, pNotes);
+    pData.mPositions = std::move(lArrays.mPositions);
+    if (lArrays.mPolygonSizes.empty())
         throw ToolError(
             pPath, "no polygons: the file has " + std::to_string(pData.ControlPointCount()) + " vertices and no faces");
-    RestoreLargeFaces(pPath, lText, pData);
-    CopyNormals(lObj, pData, pNotes);
-    CopyUVs(lObj, pData);
-    NoteIgnoredPrimitives(lObj, pNotes);
+    pData.mPolygonSizes = std::move(lArrays.mPolygonSizes);
+    pData.mPolygonVertices = std::move(lArrays.mVertices);
+    TakeNormals(lArrays, pData, pNotes);
+    TakeUVs(lArrays, pData);
+    if (!lIgnored.empty()) pNotes.push_back(lIgnored);
 
     const std::string lProblem = FindInconsistency(pData);
     if (!lProblem.empty()) throw ToolError(pPath, lProblem);

@@ -1,5 +1,5 @@
 #pragma once
-// Reads Wavefront OBJ files with tinyobjloader, keeping the file's own topology: every `v` becomes a
+// Reads Wavefront OBJ files as tinyobjloader reads them, keeping the file's own topology: every `v` becomes a
 // control point in file order, every face a polygon of its own size (nothing is triangulated), `vt` and
 // `vn` become per-polygon-vertex UV and normal elements in index-to-direct mode with the file's own
 // indices, and each face takes the material that `usemtl` names, as an index into the materials of the
@@ -7,6 +7,10 @@
 // order mark) is read as well as UTF-8 (with or without one). Faces of any size are read (tinyobjloader
 // counts a face's vertices in one byte: larger faces get their sizes from the file's face statements);
 // tinyobjloader itself drops faces of fewer than 3 vertices.
+//
+// Plain text (vertices, texture coordinates, normals and faces only; objtext.h) is read straight from the
+// mapped file, with the same values, several times faster than tinyobjloader's reading and without
+// holding the text; any other file is read by tinyobjloader itself.
 
 #include <string>
 

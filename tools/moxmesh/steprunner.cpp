@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "memorybudget.h"
+
 namespace moxmeshtool {
 
 StepRunner::StepRunner(int pStepCount, std::ostream& pProgress) : mStepCount(pStepCount), mProgressStream(pProgress) {}
@@ -20,7 +22,8 @@ const StepRecord& StepRunner::Run(const std::string& pName, const std::function<
     lRecord.mReports = mReports.CountSinceMark();
     lRecord.mReportCounts = mReports.DistinctSinceMark();
     if (mProgress)
-        mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds) << std::endl;
+        mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds) << DescribeMemory()
+                        << std::endl;
     mRecords.push_back(lRecord);
     return mRecords.back();
 }
@@ -30,6 +33,16 @@ double StepRunner::TotalSeconds() const
     double lTotal = 0.0;
     for (const StepRecord& lRecord : mRecords) lTotal += lRecord.mSeconds;
     return lTotal;
+}
+
+std::string DescribeMemory()
+{
+    const size_t lResident = ProcessStatusBytes("VmRSS");
+    const size_t lPeak = ProcessStatusBytes("VmHWM");
+    if (lResident == 0 || lPeak == 0) return {};
+    constexpr size_t lMegabyte = 1 << 20;
+    return " (resident " + std::to_string(lResident / lMegabyte) + " MB, peak so far " +
+           std::to_string(lPeak / lMegabyte) + " MB)";
 }
 
 std::string FormatSeconds(double pSeconds)
