@@ -1,5 +1,7 @@
 #include "support/moxtestsupport.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <mutex>
 #include <unordered_set>
@@ -83,8 +85,7 @@ std::vector<std::string> ReportCapture::Messages() const
     return lMessages;
 }
 
-bool ReportCapture::HasOnly(const std::string& pFile, const std::string& pFunction,
-                            const std::string& pMessage) const
+bool ReportCapture::HasOnly(const std::string& pFile, const std::string& pFunction, const std::string& pMessage) const
 {
     return mReports.size() == 1 && mReports[0].mFile == pFile && mReports[0].mFunction == pFunction &&
            mReports[0].mMessage == pMessage;
@@ -139,6 +140,17 @@ long AllocationTracker::Live() const
 const std::vector<size_t>& AllocationTracker::Sizes() const
 {
     return sgTracker->mSizes;
+}
+
+void ExpectVector(const moxsdk::MoxVector4& pActual, double pX, double pY, double pZ, double pW, double pTolerance)
+{
+    const double lExpected[4] = {pX, pY, pZ, pW};
+    for (int i = 0; i < 4; ++i) {
+        if (pTolerance == 0.0)
+            EXPECT_EQ(pActual[i], lExpected[i]) << "component " << i;
+        else
+            EXPECT_NEAR(pActual[i], lExpected[i], pTolerance) << "component " << i;
+    }
 }
 
 }  // namespace moxtest

@@ -4,9 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "moxsdk/core/math/moxvector4.h"
 #include "moxsdk/core/moxassert.h"
 
 namespace moxtest {
+
+// Expects the four components of pActual to be pX, pY, pZ, pW: exactly (infinities included) by default,
+// within pTolerance otherwise.
+void ExpectVector(const moxsdk::MoxVector4& pActual, double pX, double pY, double pZ, double pW,
+                  double pTolerance = 0.0);
 
 struct Report {
     std::string mFile;

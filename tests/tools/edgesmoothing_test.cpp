@@ -48,20 +48,6 @@ MoxMesh::ComponentMap SetEdgesAndMap(MoxMesh& pMesh)
     return lMap;
 }
 
-// Two quads meeting at side 1-2 with a fold of pDegrees between their normals.
-void MakeFold(MoxMesh& pMesh, double pDegrees)
-{
-    const double lAngle = pDegrees * 3.14159265358979323846 / 180.0;
-    moxtest::BuildMesh(pMesh,
-                       {{0, 0, 0},
-                        {1, 0, 0},
-                        {1, 1, 0},
-                        {0, 1, 0},
-                        {1 + std::cos(lAngle), 0, std::sin(lAngle)},
-                        {1 + std::cos(lAngle), 1, std::sin(lAngle)}},
-                       {{0, 1, 2, 3}, {1, 4, 5, 2}});
-}
-
 TEST(EdgeSmoothing, CubeFacesHaveAxisNormals)
 {
     moxtest::ManagerScope lScope;
@@ -102,7 +88,7 @@ TEST(EdgeSmoothing, FoldIsSoftUpToItsAngle)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeFold(*lMesh, 40.0);
+    moxtest::MakeFold(*lMesh, 40.0);
     const MoxMesh::ComponentMap lMap = SetEdgesAndMap(*lMesh);
     ASSERT_EQ(lMesh->GetMeshEdgeCount(), 7);
     const std::vector<MoxVector4> lNormals = ComputePolygonNormals(*lMesh);
@@ -197,7 +183,7 @@ TEST(EdgeSmoothing, StoredAsLayerZeroSmoothingByEdge)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeFold(*lMesh, 20.0);
+    moxtest::MakeFold(*lMesh, 20.0);
     const MoxMesh::ComponentMap lMap = SetEdgesAndMap(*lMesh);
     const EdgeSmoothingSummary lSummary = SetSmoothingFromAngle(*lMesh, lMap, 30.0);
     EXPECT_EQ(lSummary.mSoft, 1);

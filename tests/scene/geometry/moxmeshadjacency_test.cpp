@@ -37,20 +37,6 @@ std::vector<moxtest::Point> Points(int pCount)
     return lPoints;
 }
 
-// A grid of pColumns x pRows quads over (pColumns + 1) x (pRows + 1) points; with pClosed the grid wraps in
-// both directions (a torus of pColumns x pRows points).
-void MakeGrid(MoxMesh& pMesh, int pColumns, int pRows, bool pClosed)
-{
-    const int lWidth = pClosed ? pColumns : pColumns + 1;
-    const int lHeight = pClosed ? pRows : pRows + 1;
-    auto lPoint = [&](int pI, int pJ) { return (pJ % lHeight) * lWidth + pI % lWidth; };
-    std::vector<std::vector<int>> lQuads;
-    for (int j = 0; j < pRows; ++j)
-        for (int i = 0; i < pColumns; ++i)
-            lQuads.push_back({lPoint(i, j), lPoint(i + 1, j), lPoint(i + 1, j + 1), lPoint(i, j + 1)});
-    moxtest::BuildMesh(pMesh, Points(lWidth * lHeight), lQuads);
-}
-
 // Brute force, for meshes whose polygons have distinct corners: the polygons having a side that joins the
 // edge's two control points, and for each polygon the edges joining two consecutive corners.
 void ExpectBruteForceIncidence(MoxMesh& pMesh, const MoxMesh::ComponentMap& pEdgeToPolygons,
@@ -167,7 +153,7 @@ TEST(MoxMeshComponentMaps, ComputingTwiceGivesTheSameMaps)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeGrid(*lMesh, 3, 2, false);
+    moxtest::MakeGrid(*lMesh, 3, 2, false);
     lMesh->BuildMeshEdgeArray();
     MoxMesh::ComponentMap lMaps[4];
     lMesh->ComputeComponentMaps(lMaps[0], lMaps[1]);
@@ -208,8 +194,8 @@ TEST(MoxMeshComponentMaps, ClosedOpenAndNonManifoldMeshesMatchBruteForce)
     MoxMesh::ComponentMap lEdgeToPolygons;
     MoxMesh::ComponentMap lPolygonToEdges;
     for (int lCase = 0; lCase < 4; ++lCase) {
-        if (lCase == 0) MakeGrid(*lMesh, 5, 4, true);
-        if (lCase == 1) MakeGrid(*lMesh, 4, 3, false);
+        if (lCase == 0) moxtest::MakeGrid(*lMesh, 5, 4, true);
+        if (lCase == 1) moxtest::MakeGrid(*lMesh, 4, 3, false);
         // Three triangles on edge 0-1, one of them wound the other way, and a bow-tie at control point 4.
         if (lCase == 2) moxtest::BuildMesh(*lMesh, Points(9), {{0, 1, 2}, {1, 0, 3}, {0, 1, 4}, {4, 5, 6}, {4, 7, 8}});
         // A fan of 50 triangles whose apex starts every spoke.

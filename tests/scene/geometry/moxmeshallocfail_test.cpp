@@ -53,11 +53,10 @@ void MakeRichCube(MoxMesh& pMesh)
     pMesh.AddDeformer(lBlendShape);
 }
 
-// A mesh with degenerate polygons and invalid indices.
+// The mesh of degenerate polygons and invalid indices, with its edges.
 void MakeDegenerate(MoxMesh& pMesh)
 {
-    moxtest::BuildMesh(pMesh, {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 0, 1}},
-                       {{0, 1, 2, 3}, {4, 5, 4}, {1, 2}, {}, {0, -1, 3}, {3, 2, 4, 7}, {0, 1, 4}});
+    moxtest::MakeInvalidMesh(pMesh);
     pMesh.BuildMeshEdgeArray();
 }
 

@@ -15,18 +15,9 @@
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "support/moxtestmeshes.h"
+#include "support/moxtestsupport.h"
 
 namespace moxnormalstest {
-
-// Expects all four components within pTolerance (exactly, by default).
-inline void ExpectVector(const moxsdk::MoxVector4& pActual, double pX, double pY, double pZ, double pW,
-                         double pTolerance = 0.0)
-{
-    EXPECT_NEAR(pActual[0], pX, pTolerance);
-    EXPECT_NEAR(pActual[1], pY, pTolerance);
-    EXPECT_NEAR(pActual[2], pZ, pTolerance);
-    EXPECT_NEAR(pActual[3], pW, pTolerance);
-}
 
 using moxsdk::MoxLayer;
 using moxsdk::MoxLayerElement;
@@ -35,6 +26,10 @@ using moxsdk::MoxLayerElementNormal;
 using moxsdk::MoxLayerElementSmoothing;
 using moxsdk::MoxMesh;
 using moxsdk::MoxVector4;
+using moxtest::ExpectVector;
+using moxtest::MakeCylinder;
+using moxtest::MakeFan;
+using moxtest::MakePyramid;
 
 struct Record {
     MoxVector4 mTotal;
@@ -50,56 +45,6 @@ inline MoxVector4 Normalised(MoxVector4 pV)
 inline bool SameBits(const MoxVector4& pA, const MoxVector4& pB)
 {
     return std::memcmp(pA.mData, pB.mData, sizeof(pA.mData)) == 0;
-}
-
-// ---- Fixtures -----------------------------------------------------------------------------------------
-
-// A prism of pSides side quads around the z axis (radius 1, z from 0 to 1), its two caps as pSides-gons,
-// all wound counter-clockwise seen from outside. Points 0 .. pSides - 1 at z = 0, then the same at z = 1.
-// Polygons: sides 0 .. pSides - 1, then the bottom cap, then the top cap.
-inline void MakeCylinder(MoxMesh& pMesh, int pSides)
-{
-    std::vector<moxtest::Point> lPoints;
-    for (int z = 0; z < 2; ++z)
-        for (int i = 0; i < pSides; ++i) {
-            const double lAngle = 2.0 * M_PI * i / pSides;
-            lPoints.push_back({std::cos(lAngle), std::sin(lAngle), double(z)});
-        }
-    std::vector<std::vector<int>> lPolygons;
-    for (int i = 0; i < pSides; ++i) {
-        const int j = (i + 1) % pSides;
-        lPolygons.push_back({i, j, pSides + j, pSides + i});
-    }
-    std::vector<int> lBottom;
-    std::vector<int> lTop;
-    for (int i = 0; i < pSides; ++i) {
-        lBottom.push_back(pSides - 1 - i);
-        lTop.push_back(pSides + i);
-    }
-    lPolygons.push_back(lBottom);
-    lPolygons.push_back(lTop);
-    moxtest::BuildMesh(pMesh, lPoints, lPolygons);
-}
-
-// A square pyramid: base quad (0, 3, 2, 1) at z = 0 over [-1, 1]^2, apex 4 at (0, 0, 1), four triangles;
-// all wound counter-clockwise seen from outside. Polygon 0 is the base, 1 .. 4 the triangles.
-inline void MakePyramid(MoxMesh& pMesh)
-{
-    moxtest::BuildMesh(pMesh, {{-1, -1, 0}, {1, -1, 0}, {1, 1, 0}, {-1, 1, 0}, {0, 0, 1}},
-                       {{0, 3, 2, 1}, {0, 1, 4}, {1, 2, 4}, {2, 3, 4}, {3, 0, 4}});
-}
-
-// A fan of pCount triangles around apex 0 on a cone (apex at z = pHeight over the unit circle), closed.
-inline void MakeFan(MoxMesh& pMesh, int pCount, double pHeight)
-{
-    std::vector<moxtest::Point> lPoints{{0, 0, pHeight}};
-    for (int i = 0; i < pCount; ++i) {
-        const double lAngle = 2.0 * M_PI * i / pCount;
-        lPoints.push_back({std::cos(lAngle), std::sin(lAngle), 0.0});
-    }
-    std::vector<std::vector<int>> lPolygons;
-    for (int i = 0; i < pCount; ++i) lPolygons.push_back({0, 1 + i, 1 + (i + 1) % pCount});
-    moxtest::BuildMesh(pMesh, lPoints, lPolygons);
 }
 
 // ---- Elements -----------------------------------------------------------------------------------------

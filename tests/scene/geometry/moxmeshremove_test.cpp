@@ -227,12 +227,11 @@ std::vector<moxtest::Report> Capture(const std::function<void()>& pAction)
 
 // ---- Fixture meshes ------------------------------------------------------------------------------------
 
-// Quads (0, 1, 2, 3) and (1, 4, 5, 2) sharing side 1-2, with their seven edges: polygon vertices
-// 0, 1, 2, 3 of the first quad, then 4, 5, 6 of the second (its side 2-1 is the shared edge).
-void MakeTwoQuads(MoxMesh& pMesh)
+// moxtest::MakeTwoQuads with its seven edges: polygon vertices 0, 1, 2, 3 of the first quad, then 4, 5, 6
+// of the second (its side 2-1 is the shared edge).
+void MakeTwoQuadsWithEdges(MoxMesh& pMesh)
 {
-    moxtest::BuildMesh(pMesh, {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 0, 0}, {2, 1, 0}},
-                       {{0, 1, 2, 3}, {1, 4, 5, 2}});
+    moxtest::MakeTwoQuads(pMesh);
     moxoracle::BuildEdgesByWalk(pMesh);
 }
 
@@ -258,7 +257,7 @@ TEST(MoxMeshRemovePolygon, SharedEdgeMovesToTheNeighbourAndTheRestShifts)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     ASSERT_EQ(Ints(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(lMesh->RemovePolygon(0), 0);
     // Edge 1 (1 to 2) now starts at the second quad's corner 3 (2 to 1), polygon vertex 7 before the shift;
@@ -274,7 +273,7 @@ TEST(MoxMeshRemovePolygon, RemovingTheSecondPolygonKeepsEarlierEdgeStarts)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     EXPECT_EQ(lMesh->RemovePolygon(1), 1);
     // The shared edge already starts in the first quad; edges 4, 5, 6 go.
     EXPECT_EQ(Ints(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 3}));
@@ -300,7 +299,7 @@ TEST(MoxMeshRemovePolygon, IndexToDirectUVsLoseIndicesButKeepTheirValues)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementUV* lUVs = MoxLayerElementUV::Create(lMesh, "uv");
     lMesh->GetLayer(0)->SetUVs(lUVs);
     SetModesAndArrays(lUVs, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, Range(5),
@@ -314,7 +313,7 @@ TEST(MoxMeshRemovePolygon, EdgeMappedElementsLoseTheRemovedEdgesOnly)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementCrease* lCrease = MoxLayerElementCrease::Create(lMesh, "crease");
     lMesh->GetLayer(0)->SetEdgeCrease(lCrease);
     SetModesAndArrays(lCrease, MoxLayerElement::eByEdge, MoxLayerElement::eDirect, Range(7), {});
@@ -333,7 +332,7 @@ TEST(MoxMeshRemovePolygon, ShortEdgeMappedArraysLoseWhatTheyHave)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementCrease* lCrease = MoxLayerElementCrease::Create(lMesh, "crease");
     lMesh->GetLayer(0)->SetEdgeCrease(lCrease);
     SetModesAndArrays(lCrease, MoxLayerElement::eByEdge, MoxLayerElement::eDirect, Range(3), {});
@@ -347,7 +346,7 @@ TEST(MoxMeshRemovePolygon, OutOfRangeIndicesReturnMinusOneAndChangeNothing)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementNormal* lNormals = MoxLayerElementNormal::Create(lMesh, "n");
     lMesh->GetLayer(0)->SetNormals(lNormals);
     SetModesAndArrays(lNormals, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eDirect, Range(8), {});
@@ -404,7 +403,7 @@ TEST(MoxMeshRemovePolygon, ControlPointElementsAreKeptOnEveryLayer)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     lMesh->CreateLayer();
     MoxLayerElementNormal* lNormals = MoxLayerElementNormal::Create(lMesh, "n");
     lMesh->GetLayer(1)->SetNormals(lNormals);
@@ -421,7 +420,7 @@ TEST(MoxMeshRemovePolygon, UserDataVectorFieldsAreReportedPerEntry)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementUserData* lUserData = MakeUserData({eMoxInt, eMoxDouble4}, Range(8));
     lUserData->SetMappingMode(MoxLayerElement::eByPolygonVertex);
     lMesh->GetLayer(0)->SetUserData(lUserData);
@@ -441,7 +440,7 @@ TEST(MoxMeshRemovePolygon, UserDataFieldsLoseTheRemovedEdges)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementUserData* lUserData = MakeUserData({eMoxInt, eMoxBool, eMoxFloat}, Range(7));
     lUserData->SetMappingMode(MoxLayerElement::eByEdge);
     lMesh->GetLayer(0)->SetUserData(lUserData);
@@ -458,7 +457,7 @@ TEST(MoxMeshRemovePolygon, SharedUserDataFieldArraysLoseEntriesPerCall)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementUserData* lUserData = MakeUserData({eMoxInt, eMoxInt}, Range(7));
     lUserData->SetMappingMode(MoxLayerElement::eByEdge);
     lUserData->mDirectArray->SetAt(1, lUserData->mDirectArray->GetAt(0));
@@ -656,7 +655,7 @@ TEST(MoxMeshRemovePolygon, EveryElementKindMappingAndReferenceOnTwoLayers)
                 const ElementCase lCase{Kind(lKind), lMapping, lReference};
                 moxtest::ManagerScope lScope;
                 MoxMesh* lMesh = lScope.NewMesh();
-                MakeTwoQuads(*lMesh);
+                MakeTwoQuadsWithEdges(*lMesh);
                 lMesh->CreateLayer();
                 InstallCase(*lMesh, lCase, 0);
                 InstallCase(*lMesh, lCase, 1);
@@ -676,7 +675,7 @@ TEST(MoxMeshRemovePolygon, RemoveUVAndTextureIndexFollowTheirElementsModes)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    MakeTwoQuads(*lMesh);
+    MakeTwoQuadsWithEdges(*lMesh);
     MoxLayerElementUV* lUVs = MoxLayerElementUV::Create(lMesh, "uv");
     SetModesAndArrays(lUVs, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eDirect, Range(8), Range(8));
     MoxLayerElementTexture* lTextures = MoxLayerElementTexture::Create(lMesh, "tx");

@@ -80,13 +80,7 @@ bool SameBits(const MoxVector4& pA, const MoxVector4& pB)
     return std::memcmp(pA.mData, pB.mData, sizeof(pA.mData)) == 0;
 }
 
-void ExpectVector(const MoxVector4& pActual, double pX, double pY, double pZ, double pW)
-{
-    EXPECT_EQ(pActual[0], pX);
-    EXPECT_EQ(pActual[1], pY);
-    EXPECT_EQ(pActual[2], pZ);
-    EXPECT_EQ(pActual[3], pW);
-}
+using moxtest::ExpectVector;
 
 // A welded result: the sum normalised, w from the sign of the summed w.
 MoxVector4 Finished(MoxVector4 pSum)

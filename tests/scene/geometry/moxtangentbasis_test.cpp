@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "support/moxtestsupport.h"
+
 using namespace moxsdk;
 
 namespace {
@@ -20,13 +22,7 @@ Frames Compute(const MoxVector4 (&pPositions)[3], const MoxVector4 (&pNormals)[3
     return lFrames;
 }
 
-void ExpectVector(const MoxVector4& pActual, double pX, double pY, double pZ, double pW)
-{
-    EXPECT_EQ(pActual[0], pX);
-    EXPECT_EQ(pActual[1], pY);
-    EXPECT_EQ(pActual[2], pZ);
-    EXPECT_EQ(pActual[3], pW);
-}
+using moxtest::ExpectVector;
 
 const MoxVector4 sgRightTriangle[3] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
 const MoxVector4 sgUpNormals[3] = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
