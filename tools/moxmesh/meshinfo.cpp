@@ -5,7 +5,7 @@
 #include <new>
 #include <set>
 
-#include "elementview.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "pipelinesteps.h"
 
 namespace moxmeshtool {
@@ -72,7 +72,7 @@ bool AverageNormalsPerControlPoint(MoxMesh& pMesh)
     std::vector<MoxVector4> lSums(lPointCount, MoxVector4(0, 0, 0, 0));
     std::vector<bool> lUsed(lPointCount, false);
     {
-        ElementView<MoxVector4> lNormals(lLayer0->GetNormals());
+        const moxsdk::MoxLayerElementReader<MoxVector4> lNormals(lLayer0->GetNormals());
         for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
             const int lStart = pMesh.GetPolygonVertexIndex(p);
             for (int k = 0; k < pMesh.GetPolygonSize(p); ++k) {

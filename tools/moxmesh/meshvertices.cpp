@@ -3,9 +3,8 @@
 #include <cmath>
 #include <cstring>
 #include <map>
-#include <memory>
 
-#include "elementview.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 #include "moxsdk/scene/moxsurfacematerial.h"
 
 namespace moxmeshtool {
@@ -17,32 +16,30 @@ using moxsdk::MoxMesh;
 using moxsdk::MoxVector2;
 using moxsdk::MoxVector4;
 
-// The elements read per polygon vertex.
+// The elements read per polygon vertex (an absent reader: the vertices have no such value).
 struct CornerSources {
-    std::unique_ptr<ElementView<MoxVector4>> mNormals;
-    std::vector<std::unique_ptr<ElementView<MoxVector2>>> mUVSets;
-    std::unique_ptr<ElementView<MoxVector4>> mTangents;
+    moxsdk::MoxLayerElementReader<MoxVector4> mNormals;
+    std::vector<moxsdk::MoxLayerElementReader<MoxVector2>> mUVSets;
+    moxsdk::MoxLayerElementReader<MoxVector4> mTangents;
 
     VertexLayout Layout() const
     {
-        return VertexLayout{mNormals != nullptr, static_cast<int>(mUVSets.size()), mTangents != nullptr};
+        return VertexLayout{mNormals.IsPresent(), static_cast<int>(mUVSets.size()), mTangents.IsPresent()};
     }
 };
 
-std::unique_ptr<CornerSources> OpenSources(MoxMesh& pMesh, const VertexOptions& pOptions)
+CornerSources OpenSources(const MoxMesh& pMesh, const VertexOptions& pOptions)
 {
-    auto lSources = std::make_unique<CornerSources>();
-    MoxLayer* lLayer0 = pMesh.GetLayer(0);
-    if (lLayer0 && lLayer0->GetNormals())
-        lSources->mNormals = std::make_unique<ElementView<MoxVector4>>(lLayer0->GetNormals());
+    CornerSources lSources;
+    const MoxLayer* lLayer0 = pMesh.GetLayer(0);
+    if (lLayer0) lSources.mNormals.Bind(lLayer0->GetNormals());
     // A tangent means nothing without a normal (and glTF refuses it).
-    if (pOptions.mTangents && lSources->mNormals && lLayer0->GetTangents())
-        lSources->mTangents = std::make_unique<ElementView<MoxVector4>>(lLayer0->GetTangents());
+    if (pOptions.mTangents && lSources.mNormals.IsPresent()) lSources.mTangents.Bind(lLayer0->GetTangents());
     for (int l = 0; l < pMesh.GetLayerCount(); ++l)
         for (int c = MoxLayerElement::eTextureChannel0; c <= MoxLayerElement::eTextureChannel16; ++c) {
-            moxsdk::MoxLayerElementUV* lUVs = pMesh.GetLayer(l)->GetUVs(static_cast<MoxLayerElement::EType>(c));
-            if (lUVs && static_cast<int>(lSources->mUVSets.size()) < pOptions.mMaxUVSets)
-                lSources->mUVSets.push_back(std::make_unique<ElementView<MoxVector2>>(lUVs));
+            const moxsdk::MoxLayerElementUV* lUVs = pMesh.GetLayer(l)->GetUVs(static_cast<MoxLayerElement::EType>(c));
+            if (lUVs && static_cast<int>(lSources.mUVSets.size()) < pOptions.mMaxUVSets)
+                lSources.mUVSets.emplace_back(lUVs);
         }
     return lSources;
 }
@@ -167,23 +164,23 @@ public:
     void Read(int pPolygon, int pPolygonVertex, int pPoint, float* pOut)
     {
         double lNormal[3] = {0.0, 0.0, 1.0};
-        if (mSources.mNormals) {
+        if (mSources.mNormals.IsPresent()) {
             ReadNormal(pPolygon, pPolygonVertex, pPoint, lNormal);
             for (int i = 0; i < 3; ++i) *pOut++ = static_cast<float>(lNormal[i]);
         }
         for (const auto& lUVSet : mSources.mUVSets) {
             MoxVector2 lUV;
-            if (!lUVSet->Get(pPolygon, pPolygonVertex, pPoint, lUV)) ++mSummary.mMissingValues;
+            if (!lUVSet.Get(pPolygon, pPolygonVertex, pPoint, lUV)) ++mSummary.mMissingValues;
             for (int i = 0; i < 2; ++i) *pOut++ = mValid && !std::isfinite(lUV[i]) ? 0.0f : static_cast<float>(lUV[i]);
         }
-        if (mSources.mTangents) ReadTangent(pPolygon, pPolygonVertex, pPoint, lNormal, pOut);
+        if (mSources.mTangents.IsPresent()) ReadTangent(pPolygon, pPolygonVertex, pPoint, lNormal, pOut);
     }
 
 private:
     void ReadNormal(int pPolygon, int pPolygonVertex, int pPoint, double* pNormal)
     {
         MoxVector4 lValue;
-        if (!mSources.mNormals->Get(pPolygon, pPolygonVertex, pPoint, lValue)) ++mSummary.mMissingValues;
+        if (!mSources.mNormals.Get(pPolygon, pPolygonVertex, pPoint, lValue)) ++mSummary.mMissingValues;
         for (int i = 0; i < 3; ++i) pNormal[i] = lValue[i];
         if (!mValid || Normalize(pNormal)) return;
         PolygonNormal(mMesh, pPolygon, pNormal);
@@ -193,7 +190,7 @@ private:
     void ReadTangent(int pPolygon, int pPolygonVertex, int pPoint, const double* pNormal, float* pOut)
     {
         MoxVector4 lValue;
-        if (!mSources.mTangents->Get(pPolygon, pPolygonVertex, pPoint, lValue)) ++mSummary.mMissingValues;
+        if (!mSources.mTangents.Get(pPolygon, pPolygonVertex, pPoint, lValue)) ++mSummary.mMissingValues;
         double lTangent[3] = {lValue[0], lValue[1], lValue[2]};
         double lHandedness = lValue[3];
         if (mValid) {
@@ -257,10 +254,10 @@ void FillPart(const MoxMesh& pMesh, CornerReader& pReader, int pStride, std::vec
 MeshVertices GatherVertices(MoxMesh& pMesh, const VertexOptions& pOptions, SceneSummary& pSummary)
 {
     pSummary = SceneSummary();
-    const auto lSources = OpenSources(pMesh, pOptions);
+    const CornerSources lSources = OpenSources(pMesh, pOptions);
     MaterialTable lMaterials = ReadMaterials(pMesh);
     MeshVertices lVertices;
-    lVertices.mLayout = lSources->Layout();
+    lVertices.mLayout = lSources.Layout();
 
     // Polygons by material, the polygons without one last (under a default material).
     const int lMaterialCount = static_cast<int>(lMaterials.mNames.size());
@@ -277,7 +274,7 @@ MeshVertices GatherVertices(MoxMesh& pMesh, const VertexOptions& pOptions, Scene
     }
     if (!lParts.back().mPolygons.empty()) lMaterials.mNames.emplace_back("default");
 
-    CornerReader lReader(pMesh, *lSources, pOptions, pSummary);
+    CornerReader lReader(pMesh, lSources, pOptions, pSummary);
     std::vector<int> lFirstOfPoint(static_cast<size_t>(pMesh.GetControlPointsCount()), -1);
     for (size_t m = 0; m < lParts.size(); ++m) {
         if (lParts[m].mPolygons.empty()) continue;

@@ -72,7 +72,7 @@ struct MeshVertices {
     std::vector<VertexPart> mParts;  // the parts that have polygons, in material order
 };
 
-// The vertices of pMesh. The mesh is only read (its element arrays are locked for reading meanwhile);
+// The vertices of pMesh. The mesh is only read (its elements through MoxLayerElementReader);
 // pSummary receives the counts.
 MeshVertices GatherVertices(moxsdk::MoxMesh& pMesh, const VertexOptions& pOptions, SceneSummary& pSummary);
 
