@@ -19,8 +19,8 @@
 #include <sys/resource.h>
 #include <tiny_obj_loader.h>
 
-#include "meshreader.h"
-#include "objreader.h"
+#include "io/meshreader.h"
+#include "io/objreader.h"
 
 namespace {
 

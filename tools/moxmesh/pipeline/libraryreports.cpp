@@ -1,0 +1,40 @@
+#include "pipeline/libraryreports.h"
+
+#include "moxsdk/core/moxassert.h"
+
+namespace moxmeshtool {
+
+std::string DescribeReport(const ReportCount& pReport)
+{
+    return pReport.mFile + ": " + pReport.mFunction + ": " + pReport.mMessage;
+}
+
+// A step makes few distinct reports (messages are fixed texts), so a linear search is enough.
+void AddReportCount(const ReportCount& pReport, std::vector<ReportCount>& pCounts)
+{
+    for (ReportCount& lCount : pCounts) {
+        if (lCount.mMessage == pReport.mMessage && lCount.mFunction == pReport.mFunction &&
+            lCount.mFile == pReport.mFile) {
+            lCount.mCount += pReport.mCount;
+            return;
+        }
+    }
+    pCounts.push_back(pReport);
+}
+
+void LibraryReports::Mark()
+{
+    mCount = 0;
+    mDistinct.clear();
+}
+
+void LibraryReports::OnReport(const char* pFileName, const char* pFunctionName, unsigned int /*pLineNumber*/,
+                              const char* pMessage)
+{
+    ++mCount;
+    AddReportCount(
+        ReportCount{pFileName ? pFileName : "", pFunctionName ? pFunctionName : "", pMessage ? pMessage : "", 1},
+        mDistinct);
+}
+
+}  // namespace moxmeshtool
