@@ -1,7 +1,8 @@
 // Decodes the input into a mesh (control points, polygons with any indices, layers holding elements of
 // every kind in every mapping and reference mode with arrays of any length, a skin and a blend shape),
 // then runs a sequence of public operations with arguments taken from the input. The sanitizers and
-// the mesh's own invariants are the oracle: nothing may crash, leak, hang or break a container.
+// the mesh's own invariants are the oracle: nothing may crash, leak, hang or break a container, and an
+// operation on a well-formed mesh leaves it as well-formed as it promises (EKept).
 #include <cstdint>
 #include <cstdlib>
 
@@ -19,6 +20,12 @@ void Check(bool pCondition)
 {
     if (!pCondition) std::abort();
 }
+
+// What an operation promises to keep of a well-formed mesh (MoxMesh::IsWellFormed): everything; only the
+// topology (HasWellFormedTopology) when it takes the caller's edge list, mapping or array length, or adds
+// or removes control points without resizing the elements mapped by control point; nothing when it takes
+// the caller's indices or releases the control points.
+enum EKept { eKeepsAll, eKeepsTopology, eKeepsNothing };
 
 constexpr int kMaxPoints = 48;
 constexpr int kMaxPolygons = 32;
@@ -209,7 +216,7 @@ MoxArray<int> AnyEdgeList(Input& pInput, int pEdges)
     return lList;
 }
 
-void EdgeOperation(Input& pInput, MoxMesh& pMesh)
+EKept EdgeOperation(Input& pInput, MoxMesh& pMesh)
 {
     const int lPoints = pMesh.GetControlPointsCount();
     const int lPolygons = pMesh.GetPolygonCount();
@@ -217,34 +224,66 @@ void EdgeOperation(Input& pInput, MoxMesh& pMesh)
     bool lReversed = false;
     int lStart = 0;
     int lEnd = 0;
-    switch (pInput.Below(16)) {
-    case 0: pMesh.BuildMeshEdgeArray(); break;
-    case 1: pMesh.SetMeshEdgeCount(pInput.Range(-2, kMaxArray)); break;
-    case 2: pMesh.BeginAddMeshEdgeIndex(); break;
-    case 3: pMesh.EndAddMeshEdgeIndex(); break;
-    case 4: pMesh.AddMeshEdgeIndex(pInput.Index(lPoints), pInput.Index(lPoints), pInput.Bool()); break;
-    case 5:
-        pMesh.SetMeshEdgeIndex(pInput.Index(lEdges), pInput.Index(lPoints), pInput.Index(lPoints), pInput.Bool(),
-                               pInput.Range(-1, lEdges + 1));
-        break;
-    case 6: pMesh.SetMeshEdgeIndex(pInput.Index(lEdges), pInput.Index(lPolygons), pInput.Range(-1, 8)); break;
-    case 7: pMesh.AddMeshEdgeIndexForPolygon(pInput.Index(lPolygons), pInput.Range(-1, 8)); break;
-    case 8: pMesh.GetMeshEdgeIndex(pInput.Index(lPoints), pInput.Index(lPoints), lReversed, pInput.Range(-1, lEdges + 1)); break;
-    case 9: pMesh.GetMeshEdgeVertices(pInput.Index(lEdges), lStart, lEnd); break;
-    case 10: pMesh.BeginGetMeshEdgeVertices(); break;
-    case 11: pMesh.EndGetMeshEdgeVertices(); break;
-    case 12: pMesh.BeginGetMeshEdgeIndexForPolygon(); break;
-    case 13: pMesh.EndGetMeshEdgeIndexForPolygon(); break;
-    case 14: pMesh.GetMeshEdgeIndexForPolygon(pInput.Index(lPolygons), pInput.Range(-1, 8)); break;
-    default: {
-        MoxArray<int> lList = AnyEdgeList(pInput, lEdges);
-        pMesh.RemoveDuplicatedEdges(lList);
-        break;
+    const int lOperation = pInput.Below(16);
+    switch (lOperation) {
+        case 0:
+            pMesh.BuildMeshEdgeArray();
+            break;
+        case 1:
+            pMesh.SetMeshEdgeCount(pInput.Range(-2, kMaxArray));
+            break;
+        case 2:
+            pMesh.BeginAddMeshEdgeIndex();
+            break;
+        case 3:
+            pMesh.EndAddMeshEdgeIndex();
+            break;
+        case 4:
+            pMesh.AddMeshEdgeIndex(pInput.Index(lPoints), pInput.Index(lPoints), pInput.Bool());
+            break;
+        case 5:
+            pMesh.SetMeshEdgeIndex(pInput.Index(lEdges), pInput.Index(lPoints), pInput.Index(lPoints), pInput.Bool(),
+                                   pInput.Range(-1, lEdges + 1));
+            break;
+        case 6:
+            pMesh.SetMeshEdgeIndex(pInput.Index(lEdges), pInput.Index(lPolygons), pInput.Range(-1, 8));
+            break;
+        case 7:
+            pMesh.AddMeshEdgeIndexForPolygon(pInput.Index(lPolygons), pInput.Range(-1, 8));
+            break;
+        case 8:
+            pMesh.GetMeshEdgeIndex(pInput.Index(lPoints), pInput.Index(lPoints), lReversed,
+                                   pInput.Range(-1, lEdges + 1));
+            break;
+        case 9:
+            pMesh.GetMeshEdgeVertices(pInput.Index(lEdges), lStart, lEnd);
+            break;
+        case 10:
+            pMesh.BeginGetMeshEdgeVertices();
+            break;
+        case 11:
+            pMesh.EndGetMeshEdgeVertices();
+            break;
+        case 12:
+            pMesh.BeginGetMeshEdgeIndexForPolygon();
+            break;
+        case 13:
+            pMesh.EndGetMeshEdgeIndexForPolygon();
+            break;
+        case 14:
+            pMesh.GetMeshEdgeIndexForPolygon(pInput.Index(lPolygons), pInput.Range(-1, 8));
+            break;
+        default: {
+            MoxArray<int> lList = AnyEdgeList(pInput, lEdges);
+            pMesh.RemoveDuplicatedEdges(lList);
+            break;
+        }
     }
-    }
+    // The queries keep everything; the edits set the edge list, which elements mapped by edge do not follow.
+    return lOperation >= 8 && lOperation <= 14 ? eKeepsAll : eKeepsTopology;
 }
 
-void AttributeOperation(Input& pInput, MoxMesh& pMesh)
+EKept AttributeOperation(Input& pInput, MoxMesh& pMesh)
 {
     const int lPolygons = pMesh.GetPolygonCount();
     MoxArray<double> lWeights;
@@ -259,86 +298,164 @@ void AttributeOperation(Input& pInput, MoxMesh& pMesh)
     MoxVector4 lNormal;
     MoxVector2 lUV;
     bool lFlag = false;
-    switch (pInput.Below(14)) {
-    case 0: pMesh.SetEdgeCreaseInfo(pInput.Index(pMesh.GetMeshEdgeCount()), pInput.Coordinate()); break;
-    case 1: pMesh.SetEdgeCreaseInfoArray(pInput.Bool() ? &lWeights : nullptr); break;
-    case 2: pMesh.SetVertexCreaseInfo(pInput.Index(pMesh.GetControlPointsCount()), pInput.Coordinate()); break;
-    case 3: pMesh.SetVertexCreaseInfoArray(&lWeights); break;
-    case 4: pMesh.SetPolyHoleInfo(pInput.Index(lPolygons), pInput.Bool()); break;
-    case 5: pMesh.SetPolyHoleInfoArray(&lHoles); break;
-    case 6:
-        pMesh.GetEdgeCreaseInfo(pInput.Index(pMesh.GetMeshEdgeCount()));
-        pMesh.GetVertexCreaseInfo(pInput.Index(pMesh.GetControlPointsCount()));
-        pMesh.GetPolyHoleInfo(pInput.Index(lPolygons));
-        break;
-    case 7: pMesh.SetTextureUVIndex(pInput.Index(lPolygons), pInput.Range(-1, 8), pInput.Range(-1, 8), AnyChannel(pInput)); break;
-    case 8: pMesh.GetTextureUVIndex(pInput.Index(lPolygons), pInput.Range(-1, 8), AnyChannel(pInput)); break;
-    case 9: pMesh.InitMaterialIndices(AnyMapping(pInput)); break;
-    case 10: pMesh.InitTextureIndices(AnyMapping(pInput), AnyChannel(pInput)); break;
-    case 11: pMesh.InitTextureUVIndices(AnyMapping(pInput), AnyChannel(pInput)); break;
-    case 12:
-        pMesh.GetPolygonVertexNormal(pInput.Index(lPolygons), pInput.Range(-1, 8), lNormal);
-        pMesh.GetPolygonVertexUV(pInput.Index(lPolygons), pInput.Range(-1, 8), nullptr, lUV, lFlag);
-        break;
-    default:
-        pMesh.GetPolygonVertexNormals(lNormals);
-        pMesh.GetPolygonVertexUVs(pInput.Bool() ? "map1" : nullptr, lUVs, pInput.Bool() ? &lUnmapped : nullptr);
-        break;
+    const int lOperation = pInput.Below(14);
+    switch (lOperation) {
+        case 0:
+            pMesh.SetEdgeCreaseInfo(pInput.Index(pMesh.GetMeshEdgeCount()), pInput.Coordinate());
+            break;
+        case 1:
+            pMesh.SetEdgeCreaseInfoArray(pInput.Bool() ? &lWeights : nullptr);
+            break;
+        case 2:
+            pMesh.SetVertexCreaseInfo(pInput.Index(pMesh.GetControlPointsCount()), pInput.Coordinate());
+            break;
+        case 3:
+            pMesh.SetVertexCreaseInfoArray(&lWeights);
+            break;
+        case 4:
+            pMesh.SetPolyHoleInfo(pInput.Index(lPolygons), pInput.Bool());
+            break;
+        case 5:
+            pMesh.SetPolyHoleInfoArray(&lHoles);
+            break;
+        case 6:
+            pMesh.GetEdgeCreaseInfo(pInput.Index(pMesh.GetMeshEdgeCount()));
+            pMesh.GetVertexCreaseInfo(pInput.Index(pMesh.GetControlPointsCount()));
+            pMesh.GetPolyHoleInfo(pInput.Index(lPolygons));
+            break;
+        case 7:
+            pMesh.SetTextureUVIndex(pInput.Index(lPolygons), pInput.Range(-1, 8), pInput.Range(-1, 8),
+                                    AnyChannel(pInput));
+            break;
+        case 8:
+            pMesh.GetTextureUVIndex(pInput.Index(lPolygons), pInput.Range(-1, 8), AnyChannel(pInput));
+            break;
+        case 9:
+            pMesh.InitMaterialIndices(AnyMapping(pInput));
+            break;
+        case 10:
+            pMesh.InitTextureIndices(AnyMapping(pInput), AnyChannel(pInput));
+            break;
+        case 11:
+            pMesh.InitTextureUVIndices(AnyMapping(pInput), AnyChannel(pInput));
+            break;
+        case 12:
+            pMesh.GetPolygonVertexNormal(pInput.Index(lPolygons), pInput.Range(-1, 8), lNormal);
+            pMesh.GetPolygonVertexUV(pInput.Index(lPolygons), pInput.Range(-1, 8), nullptr, lUV, lFlag);
+            break;
+        default:
+            pMesh.GetPolygonVertexNormals(lNormals);
+            pMesh.GetPolygonVertexUVs(pInput.Bool() ? "map1" : nullptr, lUVs, pInput.Bool() ? &lUnmapped : nullptr);
+            break;
     }
+    // The array setters take the caller's length and the Init calls the caller's mapping.
+    const bool lCallersShape =
+        lOperation == 1 || lOperation == 3 || lOperation == 5 || (lOperation >= 9 && lOperation <= 11);
+    return lCallersShape ? eKeepsTopology : eKeepsAll;
 }
 
-void DerivedOperation(Input& pInput, MoxMesh& pMesh, MoxMesh& pOther)
+EKept DerivedOperation(Input& pInput, MoxMesh& pMesh, MoxMesh& pOther)
 {
     MoxMesh::ComponentMap lEdgeToPolygons;
     MoxMesh::ComponentMap lPolygonToEdges;
     MoxMesh::ControlPointToVerticesMap lMap;
     MoxArray<int> lMergeList;
-    switch (pInput.Below(12)) {
-    case 0: pMesh.GenerateNormals(pInput.Bool(), pInput.Bool(), pInput.Bool()); break;
-    case 1: pMesh.GenerateNormalsByCtrlPoint(pInput.Bool()); break;
-    case 2: pMesh.CheckIfVertexNormalsCCW(); break;
-    case 3:
-        pOther.Copy(pMesh);
-        pMesh.ConformNormalsTo(pInput.Bool() ? &pOther : nullptr);
-        break;
-    case 4: pMesh.GenerateTangentsDataForAllUVSets(pInput.Bool(), pInput.Bool()); break;
-    case 5: pMesh.GenerateTangentsData(pInput.Bool() ? "map1" : nullptr, pInput.Bool(), pInput.Bool()); break;
-    case 6: pMesh.SplitPoints(AnyChannel(pInput)); break;
-    case 7:
-        pMesh.BuildMergeList(lMergeList);
-        if (pInput.Below(4) == 0 && lMergeList.GetCount() > 0) lMergeList.RemoveAt(lMergeList.GetCount() - 1);
-        pMesh.MergePointsForPolygonVerteNormals(lMergeList);
-        break;
-    case 8: pMesh.ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges); break;
-    case 9:
-        pMesh.ComputeControlPointToVerticesMap(lMap);
-        lMap.FillWithAdjacencyInfo(&pMesh, pMesh.GetControlPointsCount());
-        for (int c = -1; c <= lMap.GetCount(); ++c) lMap.GetCount(c);
-        break;
-    case 10: pMesh.GenerateTangentsData(pInput.Range(-1, pMesh.GetLayerCount()), pInput.Bool(), pInput.Bool()); break;
-    default: pMesh.GenerateNormals(true, false, pInput.Bool()); break;
+    const int lOperation = pInput.Below(12);
+    switch (lOperation) {
+        case 0:
+            pMesh.GenerateNormals(pInput.Bool(), pInput.Bool(), pInput.Bool());
+            break;
+        case 1:
+            pMesh.GenerateNormalsByCtrlPoint(pInput.Bool());
+            break;
+        case 2:
+            pMesh.CheckIfVertexNormalsCCW();
+            break;
+        case 3:
+            pOther.Copy(pMesh);
+            pMesh.ConformNormalsTo(pInput.Bool() ? &pOther : nullptr);
+            break;
+        case 4:
+            pMesh.GenerateTangentsDataForAllUVSets(pInput.Bool(), pInput.Bool());
+            break;
+        case 5:
+            pMesh.GenerateTangentsData(pInput.Bool() ? "map1" : nullptr, pInput.Bool(), pInput.Bool());
+            break;
+        case 6:
+            pMesh.SplitPoints(AnyChannel(pInput));
+            break;
+        case 7:
+            pMesh.BuildMergeList(lMergeList);
+            if (pInput.Below(4) == 0 && lMergeList.GetCount() > 0) lMergeList.RemoveAt(lMergeList.GetCount() - 1);
+            pMesh.MergePointsForPolygonVerteNormals(lMergeList);
+            break;
+        case 8:
+            pMesh.ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+            break;
+        case 9:
+            pMesh.ComputeControlPointToVerticesMap(lMap);
+            lMap.FillWithAdjacencyInfo(&pMesh, pMesh.GetControlPointsCount());
+            for (int c = -1; c <= lMap.GetCount(); ++c) lMap.GetCount(c);
+            break;
+        case 10:
+            pMesh.GenerateTangentsData(pInput.Range(-1, pMesh.GetLayerCount()), pInput.Bool(), pInput.Bool());
+            break;
+        default:
+            pMesh.GenerateNormals(true, false, pInput.Bool());
+            break;
     }
+    // Splitting and merging change the control points; elements mapped by control point stay as they were.
+    return lOperation == 6 || lOperation == 7 ? eKeepsTopology : eKeepsAll;
 }
 
-void TopologyOperation(Input& pInput, MoxMesh& pMesh, MoxMesh& pOther)
+EKept TopologyOperation(Input& pInput, MoxMesh& pMesh, MoxMesh& pOther)
 {
     const int lPolygons = pMesh.GetPolygonCount();
-    switch (pInput.Below(9)) {
-    case 0: pMesh.RemovePolygon(pInput.Index(lPolygons)); break;
-    case 1: pMesh.RemoveBadPolygons(); break;
-    case 2: pMesh.CheckSamePointTwice(); break;
-    case 3: {
-        // Callers may write polygon vertices directly.
-        const int lCount = pMesh.GetPolygonVertexCount();
-        if (lCount > 0) pMesh.GetPolygonVertices()[pInput.Below(lCount)] = pInput.Index(pMesh.GetControlPointsCount());
-        break;
+    const int lOperation = pInput.Below(9);
+    switch (lOperation) {
+        case 0:
+            pMesh.RemovePolygon(pInput.Index(lPolygons));
+            break;
+        case 1:
+            pMesh.RemoveBadPolygons();
+            break;
+        case 2:
+            pMesh.CheckSamePointTwice();
+            break;
+        case 3: {
+            // Callers may write polygon vertices directly.
+            const int lCount = pMesh.GetPolygonVertexCount();
+            if (lCount > 0)
+                pMesh.GetPolygonVertices()[pInput.Below(lCount)] = pInput.Index(pMesh.GetControlPointsCount());
+            break;
+        }
+        case 4:
+            pMesh.Compact();
+            break;
+        case 5:
+            pOther.Copy(pMesh);
+            pMesh.Copy(pOther);
+            break;
+        case 6:
+            pMesh.ContentClear();
+            break;
+        case 7:
+            BuildPolygons(pInput, pMesh, pMesh.GetControlPointsCount());
+            break;
+        default:
+            pMesh.IsTriangleMesh();
+            break;
     }
-    case 4: pMesh.Compact(); break;
-    case 5: pOther.Copy(pMesh); pMesh.Copy(pOther); break;
-    case 6: pMesh.ContentClear(); break;
-    case 7: BuildPolygons(pInput, pMesh, pMesh.GetControlPointsCount()); break;
-    default: pMesh.IsTriangleMesh(); break;
-    }
+    // A direct write and new polygons take the caller's indices; ContentClear releases the control points.
+    return lOperation == 3 || lOperation == 6 || lOperation == 7 ? eKeepsNothing : eKeepsAll;
+}
+
+// Aborts when pMesh, well-formed (pWellFormed) or of well-formed topology (pTopology) before, lost what the operation
+// keeps.
+void CheckKept(const MoxMesh& pMesh, EKept pKept, bool pWellFormed, bool pTopology)
+{
+    if (pKept == eKeepsAll && pWellFormed) Check(pMesh.IsWellFormed());
+    if (pKept != eKeepsNothing && pTopology) Check(pMesh.HasWellFormedTopology());
 }
 
 }  // namespace
@@ -352,14 +469,28 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t pSize)
     MoxMesh* lOther = MoxMesh::Create(lManager, "other");
     BuildMesh(lInput, *lMesh);
     for (int lStep = 0; lStep < 24 && !lInput.Empty(); ++lStep) {
+        const bool lWellFormed = lMesh->IsWellFormed();
+        const bool lTopology = lMesh->HasWellFormedTopology();
+        EKept lKept = eKeepsAll;
         switch (lInput.Below(5)) {
-        case 0: EdgeOperation(lInput, *lMesh); break;
-        case 1: AttributeOperation(lInput, *lMesh); break;
-        case 2: DerivedOperation(lInput, *lMesh, *lOther); break;
-        case 3: TopologyOperation(lInput, *lMesh, *lOther); break;
-        default: if (lInput.Below(8) == 0) lMesh->Reset(); break;
+            case 0:
+                lKept = EdgeOperation(lInput, *lMesh);
+                break;
+            case 1:
+                lKept = AttributeOperation(lInput, *lMesh);
+                break;
+            case 2:
+                lKept = DerivedOperation(lInput, *lMesh, *lOther);
+                break;
+            case 3:
+                lKept = TopologyOperation(lInput, *lMesh, *lOther);
+                break;
+            default:
+                if (lInput.Below(8) == 0) lMesh->Reset();
+                break;
         }
         Check(lMesh->mPolygons.IsValid() && lMesh->mPolygonVertices.IsValid() && lMesh->mEdgeArray.IsValid());
+        CheckKept(*lMesh, lKept, lWellFormed, lTopology);
     }
     lManager->Destroy();
     return 0;

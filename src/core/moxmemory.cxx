@@ -16,16 +16,16 @@ namespace {
 // pages: fresh memory costs a page fault at its first touch, one per 4 KiB page without them, which on
 // meshes of millions of polygons costs more than the arithmetic. Many kernels give huge pages only to
 // memory that asks for them.
-constexpr size_t kLargeBlock = size_t(4) << 20;
-constexpr size_t kHugePage = size_t(2) << 20;
+constexpr size_t sgLargeBlock = size_t(4) << 20;
+constexpr size_t sgHugePage = size_t(2) << 20;
 
 // Asks for huge pages over the whole 2 MiB pages inside the pSize bytes at pBlock (a hint: where the OS
 // has none, nothing changes).
 void AdviseHugePages(void* pBlock, size_t pSize)
 {
 #if defined(MADV_HUGEPAGE)
-    const uintptr_t lStart = (reinterpret_cast<uintptr_t>(pBlock) + kHugePage - 1) & ~(kHugePage - 1);
-    const uintptr_t lEnd = (reinterpret_cast<uintptr_t>(pBlock) + pSize) & ~(kHugePage - 1);
+    const uintptr_t lStart = (reinterpret_cast<uintptr_t>(pBlock) + sgHugePage - 1) & ~(sgHugePage - 1);
+    const uintptr_t lEnd = (reinterpret_cast<uintptr_t>(pBlock) + pSize) & ~(sgHugePage - 1);
     if (lEnd > lStart) madvise(reinterpret_cast<void*>(lStart), lEnd - lStart, MADV_HUGEPAGE);
 #else
     (void)pBlock;
@@ -36,10 +36,10 @@ void AdviseHugePages(void* pBlock, size_t pSize)
 // The C library's malloc; a large block starts on a huge page and fills whole ones.
 void* DefaultMalloc(size_t pSize)
 {
-    if (pSize < kLargeBlock) return std::malloc(pSize);
-    const size_t lSize = MoxAllocSizeAdd(pSize, kHugePage - 1) & ~(kHugePage - 1);
+    if (pSize < sgLargeBlock) return std::malloc(pSize);
+    const size_t lSize = MoxAllocSizeAdd(pSize, sgHugePage - 1) & ~(sgHugePage - 1);
     void* lBlock = nullptr;
-    if (posix_memalign(&lBlock, kHugePage, lSize) != 0) return nullptr;
+    if (posix_memalign(&lBlock, sgHugePage, lSize) != 0) return nullptr;
     AdviseHugePages(lBlock, lSize);
     return lBlock;
 }
@@ -49,14 +49,14 @@ void* DefaultCalloc(size_t pCount, size_t pSize)
 {
     void* lBlock = std::calloc(pCount, pSize);
     const size_t lSize = MoxAllocSize(pCount, pSize);
-    if (lBlock && lSize >= kLargeBlock) AdviseHugePages(lBlock, lSize);
+    if (lBlock && lSize >= sgLargeBlock) AdviseHugePages(lBlock, lSize);
     return lBlock;
 }
 
 // The C library's realloc; a new large block is DefaultMalloc's, a grown one is advised where it lies.
 void* DefaultRealloc(void* pData, size_t pSize)
 {
-    if (pSize < kLargeBlock) return std::realloc(pData, pSize);
+    if (pSize < sgLargeBlock) return std::realloc(pData, pSize);
     if (!pData) return DefaultMalloc(pSize);
     void* lBlock = std::realloc(pData, pSize);
     if (lBlock) AdviseHugePages(lBlock, pSize);

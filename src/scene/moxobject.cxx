@@ -2,6 +2,7 @@
 
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/moxmanager.h"
+#include "scene/detail/moxobjectreports.h"
 
 namespace moxsdk {
 
@@ -116,7 +117,7 @@ MoxObject* MoxObject::CreateObjectIn(const MoxClassId& pClassId, MoxObject* pCon
                                      const char* pFile)
 {
     if (!pContainer || !pContainer->GetMoxManager()) {
-        _MoxAssert(pFile, "Create", __LINE__, "pContainer && pContainer->GetMoxManager()");
+        _MoxAssert(pFile, "Create", __LINE__, detail::objectreports::sgNoManager.mText);
         return nullptr;
     }
     return pContainer->GetMoxManager()->CreateNewObjectFromClassId(pClassId, pName, pContainer);

@@ -64,7 +64,7 @@ void MoxDelete(T* pObject)
 
 namespace detail {
 // Class-type arrays keep their element count in a 16-byte header in front of the first element.
-constexpr size_t kArrayHeaderSize = 16;
+constexpr size_t sgArrayHeaderSize = 16;
 }  // namespace detail
 
 // Plain types (int, pointers): one uninitialised block, no header. Class types: a 16-byte header that
@@ -78,11 +78,11 @@ T* MoxNewArray(int pCount)
     if constexpr (!std::is_class<T>::value) {
         return static_cast<T*>(MoxMalloc(lBytes));
     } else {
-        auto* lBlock = static_cast<unsigned char*>(MoxMalloc(MoxAllocSizeAdd(lBytes, detail::kArrayHeaderSize)));
+        auto* lBlock = static_cast<unsigned char*>(MoxMalloc(MoxAllocSizeAdd(lBytes, detail::sgArrayHeaderSize)));
         if (!lBlock) return nullptr;
         const uint64_t lCount = static_cast<uint64_t>(pCount);
         std::memcpy(lBlock, &lCount, sizeof(lCount));
-        T* lFirst = reinterpret_cast<T*>(lBlock + detail::kArrayHeaderSize);
+        T* lFirst = reinterpret_cast<T*>(lBlock + detail::sgArrayHeaderSize);
         for (int i = 0; i < pCount; ++i) new (lFirst + i) T();
         return lFirst;
     }
@@ -96,7 +96,7 @@ void MoxDeleteArray(T* pArray)
     if constexpr (!std::is_class<T>::value) {
         MoxFree(const_cast<void*>(static_cast<const void*>(pArray)));
     } else {
-        auto* lBlock = reinterpret_cast<unsigned char*>(pArray) - detail::kArrayHeaderSize;
+        auto* lBlock = reinterpret_cast<unsigned char*>(pArray) - detail::sgArrayHeaderSize;
         uint64_t lCount = 0;
         std::memcpy(&lCount, lBlock, sizeof(lCount));
         for (uint64_t i = 0; i < lCount; ++i) pArray[i].~T();

@@ -41,14 +41,14 @@ public:
 
     EInsertResult Insert(uint64_t pKey)
     {
-        if (pKey == kEmpty) {
+        if (pKey == sgEmpty) {
             if (mHasEmptyKey) return ePresent;
             mHasEmptyKey = true;
             return eAdded;
         }
         if ((!mSlots || (mCount + 1) * 2 > mMask + 1) && !Reserve(static_cast<int64_t>(mCount) + 1)) return eNoMemory;
         size_t lSlot = Hash(pKey) & mMask;
-        while (mSlots[lSlot] != kEmpty) {
+        while (mSlots[lSlot] != sgEmpty) {
             if (mSlots[lSlot] == pKey) return ePresent;
             lSlot = (lSlot + 1) & mMask;
         }
@@ -59,15 +59,15 @@ public:
 
     bool Contains(uint64_t pKey) const
     {
-        if (pKey == kEmpty) return mHasEmptyKey;
+        if (pKey == sgEmpty) return mHasEmptyKey;
         if (!mSlots) return false;
-        for (size_t lSlot = Hash(pKey) & mMask; mSlots[lSlot] != kEmpty; lSlot = (lSlot + 1) & mMask)
+        for (size_t lSlot = Hash(pKey) & mMask; mSlots[lSlot] != sgEmpty; lSlot = (lSlot + 1) & mMask)
             if (mSlots[lSlot] == pKey) return true;
         return false;
     }
 
 private:
-    static constexpr uint64_t kEmpty = ~uint64_t(0);
+    static constexpr uint64_t sgEmpty = ~uint64_t(0);
 
     // The finaliser of MurmurHash3: spreads structured keys (pairs of small integers) over all bits.
     static size_t Hash(uint64_t pKey)
@@ -88,9 +88,9 @@ private:
         std::memset(lSlots, 0xff, pSlots * sizeof(uint64_t));
         const size_t lMask = pSlots - 1;
         for (size_t i = 0; mSlots && i <= mMask; ++i) {
-            if (mSlots[i] == kEmpty) continue;
+            if (mSlots[i] == sgEmpty) continue;
             size_t lSlot = Hash(mSlots[i]) & lMask;
-            while (lSlots[lSlot] != kEmpty) lSlot = (lSlot + 1) & lMask;
+            while (lSlots[lSlot] != sgEmpty) lSlot = (lSlot + 1) & lMask;
             lSlots[lSlot] = mSlots[i];
         }
         MoxFree(mSlots);

@@ -4,9 +4,9 @@
 //
 // Each first member f in 0 .. n-1 owns a run of slots in one flat array, sized up front from a count of
 // the pairs that may come with f (Count, between BeginCounting and EndCounting); a lookup scans f's run.
-// Runs longer than kShortRun (a fan's apex) and runs that fill up (more pairs came than were counted)
+// Runs longer than sgShortRun (a fan's apex) and runs that fill up (more pairs came than were counted)
 // keep their pairs in a hash set instead, and so do first members outside 0 .. n-1, under a key of the
-// caller's. Insert is O(kShortRun), or O(1) expected through the hash sets.
+// caller's. Insert is O(sgShortRun), or O(1) expected through the hash sets.
 //
 // Without memory for the runs, every pair goes to the hash sets; Insert returns eNoMemory when those
 // cannot grow either. A run block that cannot be had is reported (file "core/base/moxpairset", the
@@ -23,7 +23,7 @@ namespace moxsdk {
 class MoxPairSet {
 public:
     typedef MoxInt64Set::EInsertResult EInsertResult;
-    static constexpr int kShortRun = 16;
+    static constexpr int sgShortRun = 16;
 
     MoxPairSet() = default;
     ~MoxPairSet()
@@ -42,7 +42,7 @@ public:
     {
         mStart =
             pFirstCount > 0 ? static_cast<int*>(MoxCalloc(static_cast<size_t>(pFirstCount) + 1, sizeof(int))) : nullptr;
-        if (pFirstCount > 0 && !mStart) MOX_REPORT(kFile, "mStart");
+        if (pFirstCount > 0 && !mStart) MOX_REPORT(sgFile, "mStart");
         mFirstCount = mStart ? pFirstCount : 0;
     }
 
@@ -58,20 +58,20 @@ public:
         if (mFirstCount == 0) return;
         mFill = static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(mFirstCount), sizeof(int))));
         if (!mFill) {
-            MOX_REPORT(kFile, "mFill");
+            MOX_REPORT(sgFile, "mFill");
             mFirstCount = 0;
             return;
         }
         int64_t lTotal = 0;
         for (int f = 0; f < mFirstCount; ++f) {
             const int lCount = mStart[f];
-            mFill[f] = lCount > kShortRun ? kInHash : 0;
+            mFill[f] = lCount > sgShortRun ? sgInHash : 0;
             mStart[f] = static_cast<int>(lTotal);
-            lTotal += lCount > kShortRun ? 0 : lCount;
+            lTotal += lCount > sgShortRun ? 0 : lCount;
         }
         mData = static_cast<int*>(MoxMalloc(MoxAllocSize(static_cast<size_t>(lTotal) + 1, sizeof(int))));
         if (!mData) {
-            MOX_REPORT(kFile, "mData");
+            MOX_REPORT(sgFile, "mData");
             mFirstCount = 0;
             return;
         }
@@ -84,7 +84,7 @@ public:
         if (pFirst < 0 || pFirst >= mFirstCount) return mOutside.Insert(pOutsideKey);
         const int f = static_cast<int>(pFirst);
         const uint64_t lKey = (uint64_t(static_cast<uint32_t>(f)) << 32) | static_cast<uint32_t>(pSecond);
-        if (mFill[f] == kInHash) return mLong.Insert(lKey);
+        if (mFill[f] == sgInHash) return mLong.Insert(lKey);
         int* lRun = mData + mStart[f];
         for (int i = 0; i < mFill[f]; ++i)
             if (lRun[i] == pSecond) return MoxInt64Set::ePresent;
@@ -97,17 +97,17 @@ public:
             if (mLong.Insert((uint64_t(static_cast<uint32_t>(f)) << 32) | static_cast<uint32_t>(lRun[i])) ==
                 MoxInt64Set::eNoMemory)
                 return MoxInt64Set::eNoMemory;
-        mFill[f] = kInHash;
+        mFill[f] = sgInHash;
         return mLong.Insert(lKey);
     }
 
 private:
-    static constexpr const char* kFile = "core/base/moxpairset";
-    static constexpr int kInHash = -1;
+    static constexpr const char* sgFile = "core/base/moxpairset";
+    static constexpr int sgInHash = -1;
 
     int mFirstCount = 0;
     int* mStart = nullptr;  // run start per first member, and the end of all runs
-    int* mFill = nullptr;   // slots used per run, or kInHash
+    int* mFill = nullptr;   // slots used per run, or sgInHash
     int* mData = nullptr;
     MoxInt64Set mLong;     // pairs of long runs, by first and second member
     MoxInt64Set mOutside;  // pairs outside the runs, by the caller's key

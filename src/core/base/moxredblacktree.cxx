@@ -143,8 +143,8 @@ void MoxRedBlackTreeBase::RemoveNode(MoxRedBlackNode* pNode)
         Node* lParent = pNode->mParent;
         Node* lChild = pNode->mLeftChild ? pNode->mLeftChild : pNode->mRightChild;
         const ELinkResult lLink = TakePlace(mRoot, pNode, lChild);
-        if (lLink == eParentlessNotRoot) MOX_REPORT(kFile, "mRoot == pNode");
-        if (lLink == eNotAChild) MOX_REPORT(kFile, "Node not found in MoxRedBlackTree");
+        if (lLink == eParentlessNotRoot) MOX_REPORT(sgFile, "mRoot == pNode");
+        if (lLink == eNotAChild) MOX_REPORT(sgFile, "Node not found in MoxRedBlackTree");
         if (IsBlack(pNode)) RemoveRebalance(lParent, lChild);
     }
     pNode->mParent = nullptr;
@@ -155,7 +155,7 @@ void MoxRedBlackTreeBase::RemoveNode(MoxRedBlackNode* pNode)
 void MoxRedBlackTreeBase::ReplaceNode(MoxRedBlackNode* pNodeToReplace, MoxRedBlackNode* pReplacement)
 {
     if (TakePlace(mRoot, pNodeToReplace, pReplacement) == eParentlessNotRoot)
-        MOX_REPORT(kFile, "mRoot == pNodeToReplace");
+        MOX_REPORT(sgFile, "mRoot == pNodeToReplace");
     pReplacement->mLeftChild = pNodeToReplace->mLeftChild;
     pReplacement->mRightChild = pNodeToReplace->mRightChild;
     if (pReplacement->mLeftChild) pReplacement->mLeftChild->mParent = pReplacement;
@@ -172,22 +172,22 @@ void MoxRedBlackTreeBase::LeftRotate(MoxRedBlackNode* pNode)
     Node* lB = lNode->mLeftChild;
     Node* lC = lNode->mRightChild;
     Node* lZ = pNode->mParent;
-    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(kFile, "mRoot == pNode");
+    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(sgFile, "mRoot == pNode");
     lNode->mLeftChild = pNode;
     pNode->mParent = lNode;
     pNode->mRightChild = lB;
     if (lB) lB->mParent = pNode;
 
-    MOX_ASSERT_MSG(kFile, pNode->mLeftChild == lA, "pNode->mLeftChild == A");
-    MOX_ASSERT_MSG(kFile, pNode->mRightChild == lB, "pNode->mRightChild == B");
-    MOX_ASSERT(kFile, pNode->mParent == lNode);
-    MOX_ASSERT(kFile, lNode->mLeftChild == pNode);
-    MOX_ASSERT_MSG(kFile, lNode->mRightChild == lC, "lNode->mRightChild == C");
-    MOX_ASSERT_MSG(kFile, lNode->mParent == lZ, "lNode->mParent == Z");
-    MOX_ASSERT_MSG(kFile, !lA || lA->mParent == pNode, "A == 0 || A->mParent == pNode");
-    MOX_ASSERT_MSG(kFile, !lB || lB->mParent == pNode, "B == 0 || B->mParent == pNode");
-    MOX_ASSERT_MSG(kFile, !lC || lC->mParent == lNode, "C == 0 || C->mParent == lNode");
-    MOX_ASSERT_MSG(kFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode,
+    MOX_ASSERT_MSG(sgFile, pNode->mLeftChild == lA, "pNode->mLeftChild == A");
+    MOX_ASSERT_MSG(sgFile, pNode->mRightChild == lB, "pNode->mRightChild == B");
+    MOX_ASSERT(sgFile, pNode->mParent == lNode);
+    MOX_ASSERT(sgFile, lNode->mLeftChild == pNode);
+    MOX_ASSERT_MSG(sgFile, lNode->mRightChild == lC, "lNode->mRightChild == C");
+    MOX_ASSERT_MSG(sgFile, lNode->mParent == lZ, "lNode->mParent == Z");
+    MOX_ASSERT_MSG(sgFile, !lA || lA->mParent == pNode, "A == 0 || A->mParent == pNode");
+    MOX_ASSERT_MSG(sgFile, !lB || lB->mParent == pNode, "B == 0 || B->mParent == pNode");
+    MOX_ASSERT_MSG(sgFile, !lC || lC->mParent == lNode, "C == 0 || C->mParent == lNode");
+    MOX_ASSERT_MSG(sgFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode,
                    "Z == 0 || Z->mLeftChild == lNode || Z->mRightChild == lNode");
 }
 
@@ -199,20 +199,20 @@ void MoxRedBlackTreeBase::RightRotate(MoxRedBlackNode* pNode)
     Node* lB = lNode->mRightChild;
     Node* lC = pNode->mRightChild;
     Node* lZ = pNode->mParent;
-    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(kFile, "mRoot == pNode");
+    if (TakePlace(mRoot, pNode, lNode) == eParentlessNotRoot) MOX_REPORT(sgFile, "mRoot == pNode");
     lNode->mRightChild = pNode;
     pNode->mParent = lNode;
     pNode->mLeftChild = lB;
     if (lB) lB->mParent = pNode;
 
-    MOX_ASSERT_MSG(kFile, lNode->mLeftChild == lA, "lNode->mLeftChild == A");
-    MOX_ASSERT(kFile, lNode->mRightChild == pNode);
-    MOX_ASSERT_MSG(kFile, pNode->mLeftChild == lB, "pNode->mLeftChild == B");
-    MOX_ASSERT_MSG(kFile, pNode->mRightChild == lC, "pNode->mRightChild == C");
-    MOX_ASSERT_MSG(kFile, !lA || lA->mParent == lNode, "A == 0 || A->mParent == lNode");
-    MOX_ASSERT_MSG(kFile, !lC || lC->mParent == pNode, "C == 0 || C->mParent == pNode");
-    MOX_ASSERT_MSG(kFile, lNode->mParent == lZ, "lNode->mParent == Z");
-    MOX_ASSERT_MSG(kFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode,
+    MOX_ASSERT_MSG(sgFile, lNode->mLeftChild == lA, "lNode->mLeftChild == A");
+    MOX_ASSERT(sgFile, lNode->mRightChild == pNode);
+    MOX_ASSERT_MSG(sgFile, pNode->mLeftChild == lB, "pNode->mLeftChild == B");
+    MOX_ASSERT_MSG(sgFile, pNode->mRightChild == lC, "pNode->mRightChild == C");
+    MOX_ASSERT_MSG(sgFile, !lA || lA->mParent == lNode, "A == 0 || A->mParent == lNode");
+    MOX_ASSERT_MSG(sgFile, !lC || lC->mParent == pNode, "C == 0 || C->mParent == pNode");
+    MOX_ASSERT_MSG(sgFile, lNode->mParent == lZ, "lNode->mParent == Z");
+    MOX_ASSERT_MSG(sgFile, !lZ || lZ->mLeftChild == lNode || lZ->mRightChild == lNode,
                    "Z == 0 || Z->mLeftChild == lNode || Z->mRightChild == lNode");
 }
 
@@ -241,7 +241,7 @@ void MoxRedBlackTreeBase::RemoveRebalance(MoxRedBlackNode* pParent, MoxRedBlackN
             lSibling = ChildOn(lParent, !lNodeIsLeft);
         }
         if (!lSibling || !lParent) {
-            MOX_REPORT(kFile, "lSibling != 0 && lParent != 0");
+            MOX_REPORT(sgFile, "lSibling != 0 && lParent != 0");
             break;
         }
         Node* lFarNephew = ChildOn(lSibling, !lNodeIsLeft);

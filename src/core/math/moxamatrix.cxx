@@ -5,7 +5,7 @@
 namespace moxsdk {
 namespace {
 
-constexpr double kDegreesToRadians = 3.14159265358979323846 / 180.0;
+constexpr double sgDegreesToRadians = 3.14159265358979323846 / 180.0;
 
 void Multiply(const double pA[4][4], const double pB[4][4], double pOut[4][4])
 {
@@ -27,8 +27,8 @@ void SetIdentityMatrix(double pM[4][4])
 void AxisRotation(int pAxis, double pDegrees, double pOut[4][4])
 {
     SetIdentityMatrix(pOut);
-    const double lC = std::cos(pDegrees * kDegreesToRadians);
-    const double lS = std::sin(pDegrees * kDegreesToRadians);
+    const double lC = std::cos(pDegrees * sgDegreesToRadians);
+    const double lS = std::sin(pDegrees * sgDegreesToRadians);
     const int lA = (pAxis + 1) % 3;
     const int lB = (pAxis + 2) % 3;
     pOut[lA][lA] = lC;

@@ -4,11 +4,14 @@
 #include <cstring>
 #include <type_traits>
 
+#include "scene/geometry/detail/moxlayerreports.h"
+
 namespace moxsdk {
 
 namespace {
 
 constexpr const char* sgFile = "scene/geometry/moxlayer";
+using namespace detail::layerreports;
 
 static_assert(sizeof(MoxColor) == sizeof(MoxVector4), "colours and four-vectors share one type code");
 
@@ -17,9 +20,9 @@ static_assert(sizeof(MoxColor) == sizeof(MoxVector4), "colours and four-vectors 
 template <class X>
 bool IsWhole(const X* pElement, const char* pFunction)
 {
-    const char* lMissing = !pElement                 ? "lElement"
-                           : !pElement->mDirectArray ? "mDirectArray"
-                           : !pElement->mIndexArray  ? "mIndexArray"
+    const char* lMissing = !pElement                 ? sgNoElement.mText
+                           : !pElement->mDirectArray ? sgNoDirectArray.mText
+                           : !pElement->mIndexArray  ? sgNoIndexArray.mText
                                                      : nullptr;
     if (lMissing) _MoxAssert(sgFile, pFunction, __LINE__, lMissing);
     return !lMissing;
@@ -133,7 +136,7 @@ template <class T>
 MoxLayerElementArray* NewFieldArrayOf()
 {
     MoxLayerElementArray* lArray = MoxNew<MoxLayerElementArrayTemplate<T>>();
-    if (!lArray) _MoxAssert(sgFile, "AddField", __LINE__, "lArray");
+    if (!lArray) _MoxAssert(sgFile, "AddField", __LINE__, sgNoFieldArray.mText);
     return lArray;
 }
 
@@ -244,7 +247,7 @@ void MoxLayerElementArray::Compact()
     }
     void* lBlock = MoxRealloc(mData, static_cast<size_t>(mCount) * mValueSize);
     if (!lBlock) {
-        MOX_REPORT(sgFile, "mData");
+        MOX_REPORT(sgFile, sgNoValueMemory.mText);
         return;  // the larger block stays valid
     }
     mData = static_cast<unsigned char*>(lBlock);
@@ -326,7 +329,7 @@ bool MoxLayerElementArray::Reserve(int pCount)
     const int lCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
     void* lBlock = MoxRealloc(mData, MoxAllocSize(static_cast<size_t>(lCapacity), static_cast<size_t>(mValueSize)));
     if (!lBlock) {
-        MOX_REPORT(sgFile, "mData");
+        MOX_REPORT(sgFile, sgNoValueMemory.mText);
         return false;
     }
     mData = static_cast<unsigned char*>(lBlock);
@@ -446,7 +449,7 @@ void* MoxLayerElementUserData::GetDirectArrayVoid(int pIndex, bool* pStatus)
         return mDirectArray->AsReference(pIndex);
     }
     if (pStatus) *pStatus = false;
-    MOX_REPORT(sgFile, "Index out of bounds");
+    MOX_REPORT(sgFile, sgFieldIndexOutside.mText);
     return nullptr;
 }
 
@@ -477,7 +480,7 @@ void MoxLayerElementUserData::RemoveFromAllDirectArrays(int pIndex)
                 MoxGetDirectArray<double>(this, i).RemoveAt(pIndex);
                 break;
             default:
-                MOX_REPORT(sgFile, "unknown type");
+                MOX_REPORT(sgFile, sgUnknownFieldType.mText);
                 break;
         }
     }
@@ -501,7 +504,7 @@ bool MoxLayerElementUserData::AddField(const MoxDataType& pType, const char* pNa
 {
     MoxLayerElementArray* lArray = NewFieldArray(pType.GetType());
     char* lName = CopyText(pName);
-    if (!lName) MOX_REPORT(sgFile, "lName");
+    if (!lName) MOX_REPORT(sgFile, sgNoFieldName.mText);
     const int lField = mFields.GetCount();
     bool lOk = lArray && lName && mFields.Add(lArray) == lField;
     lOk = lOk && mDataNames.Add(lName) == lField;

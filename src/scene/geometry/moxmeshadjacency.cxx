@@ -26,6 +26,7 @@
 #include "core/base/moxscratch.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/moxmeshcorners.h"
 
 namespace moxsdk {
@@ -35,6 +36,7 @@ using detail::MoxMapCorner;
 using detail::MoxReadVertex;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 
 // Polygon p's edges go at mOffsets[p] .. mOffsets[p + 1], room for one edge per polygon vertex.
 void SizePolygonToEdges(const MoxMesh& pMesh, MoxMesh::ComponentMap& pPolygonToEdges)
@@ -203,7 +205,7 @@ int64_t CornerTable::CountCorners(const MoxMesh& pMesh, int* pCounts)
     std::fill(pCounts, pCounts + lControlPointCount + 1, 0);
     for (int v = 0; v < lVertexCount; ++v) ++pCounts[lVertices[v] + 1];
     for (int c = 1; c <= lControlPointCount; ++c)
-        if (pCounts[c] > detail::kHighValence) return 2 * int64_t(lVertexCount);
+        if (pCounts[c] > detail::sgHighValence) return 2 * int64_t(lVertexCount);
     return 0;
 }
 
@@ -235,7 +237,7 @@ void CornerTable::SortHighValence()
     const Corner* lCorners = mCorners.Get();
     for (int c = 0; c < mControlPointCount; ++c) {
         const int lCount = lOffsets[c + 1] - lOffsets[c];
-        if (lCount <= detail::kHighValence) continue;
+        if (lCount <= detail::sgHighValence) continue;
         uint64_t* lKeys = mByNeighbour.Get() + 2 * int64_t(lOffsets[c]);
         for (int k = 0; k < lCount; ++k) {
             const Corner& lCorner = lCorners[lOffsets[c] + k];
@@ -253,7 +255,7 @@ void CornerTable::ForEachPolygon(int pStart, int pEnd, VISIT pVisit) const
     const int lBegin = mOffsets[pStart];
     const int lCount = mOffsets[pStart + 1] - lBegin;
     const Corner* lCorners = mCorners.Get() + lBegin;
-    if (lCount <= detail::kHighValence) {
+    if (lCount <= detail::sgHighValence) {
         for (int k = 0; k < lCount; ++k)
             if (lCorners[k].mNext == pEnd || lCorners[k].mPrevious == pEnd)
                 if (!pVisit(lCorners[k].mPolygon)) return;
@@ -312,9 +314,9 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
     MoxScratch<int> lNext(lVertexCount);
     MoxScratch<int> lFill(lPolygonCount);
     const CornerTable lCorners(*this, lOwnTable);
-    const char* lMissing = !lNext.Get()                       ? "lNextCorner"
-                           : !lFill.Get()                     ? "lPolygonFill"
-                           : lOwnTable && !lCorners.IsValid() ? "lCornerTable"
+    const char* lMissing = !lNext.Get()                       ? sgNoNextCornerMemory.mText
+                           : !lFill.Get()                     ? sgNoPolygonFillMemory.mText
+                           : lOwnTable && !lCorners.IsValid() ? sgNoCornerTableMemory.mText
                                                               : nullptr;
     if (lMissing || pEdgeToPolygons.mOffsets.GetCount() != lEdgeCount + 1) {
         if (lMissing) MOX_REPORT(sgFile, lMissing);
@@ -336,15 +338,14 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
         int lV1 = -1;
         int lV2 = -1;
         const EEdgeStatus lStatus = EdgeEnds(*this, lNext.Get(), i, &MoxReadVertex, lV1, lV2);
-        if (lStatus == eEdgeOutOfRange)
-            MOX_REPORT(sgFile, "mEdgeArray[i] >= 0 && mEdgeArray[i] < mPolygonVertices.GetCount()");
-        if (lStatus == eEdgeStartOutside) MOX_REPORT(sgFile, "lV1 < lControlPointCount");
+        if (lStatus == eEdgeOutOfRange) MOX_REPORT(sgFile, sgEdgeOutsideVertices.mText);
+        if (lStatus == eEdgeStartOutside) MOX_REPORT(sgFile, sgEdgeStartOutside.mText);
         if (lStatus != eEdgeOk) continue;
         // The same directed pair met on an earlier edge skips this one.
         const DirectedPair lPair = MakeDirectedPair(lControlPointCount, lV1, lV2);
         const MoxInt64Set::EInsertResult lNew = lDirectedPairs.Insert(lPair.mFirst, lPair.mSecond, lPair.mKey);
         if (lNew == MoxInt64Set::eNoMemory) {
-            MOX_REPORT(sgFile, "lDirectedEdges");
+            MOX_REPORT(sgFile, sgNoDirectedEdgesMemory.mText);
             pEdgeToPolygons.Clear();
             pPolygonToEdges.Clear();
             break;

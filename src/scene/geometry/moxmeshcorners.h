@@ -12,7 +12,7 @@ namespace detail {
 
 // Control points with more corners than this get a neighbour index in mV2PVNeighbours; the corners of any
 // other control point are all walked (MoxMesh::NextV2PVCorner returns each in turn).
-constexpr int kHighValence = 32;
+constexpr int sgHighValence = 32;
 
 // Position arithmetic on polygon records is done in 64 bits (mIndex + mSize may pass INT_MAX after a
 // user write); a result that does not fit an int is passed on as -1, which is out of range as well.

@@ -61,18 +61,20 @@
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/moxmeshcorners.h"
 
 namespace moxsdk {
 namespace {
 
-using detail::kHighValence;
+using detail::sgHighValence;
 using detail::MoxMapCorner;
 using detail::MoxPeekVertex;
 using detail::MoxPolygonPosition;
 using detail::MoxReadVertex;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 
 // First position of each value in an edge array: a direct table for the values that are polygon vertices
 // of the mesh, and a sorted list of (value, position) for any other value. Find answers what the array's
@@ -82,7 +84,12 @@ public:
     EdgePositionIndex(const MoxArray<int>& pEdges, int pPolygonVertexCount);
     bool IsValid() const { return mFirst.Get() && mOthers.Get(); }
     // The name of the table whose memory could not be had, null when both were.
-    const char* MissingTable() const { return !mFirst.Get() ? "mFirst" : !mOthers.Get() ? "mOthers" : nullptr; }
+    const char* MissingTable() const
+    {
+        return !mFirst.Get()    ? sgNoFirstPositionsMemory.mText
+               : !mOthers.Get() ? sgNoOtherPositionsMemory.mText
+                                : nullptr;
+    }
     int Find(int pValue) const;
 
 private:
@@ -152,7 +159,7 @@ void FillV2Edge(MoxArray<int>& pTable, int pPolygonVertex, int* pCount)
     int lValue = *pCount;
     if (sgEdgeArray) {
         lValue = sgEdgePositions ? sgEdgePositions->Find(pPolygonVertex) : sgEdgeArray->Find(pPolygonVertex);
-        MOX_ASSERT_MSG(sgFile, lValue != -1, "value != -1");
+        MOX_ASSERT_MSG(sgFile, lValue != -1, sgVertexNotInEdges.mText);
     }
     pTable.SetAt(pPolygonVertex, lValue);
     ++*pCount;
@@ -239,7 +246,7 @@ bool FindSideByScan(const MoxMesh& pMesh, int pStart, int pEnd, int& pSideStart)
         if (i == lLast && lPolygonIndex < lPolygonCount - 1) {
             ++lPolygonIndex;
             if (i + 1 != lPolys[lPolygonIndex].mIndex)
-                _MoxAssert(sgFile, "SetMeshEdgeIndex", __LINE__, "i + 1 == lPolys[ lPolygonIndex ].mIndex");
+                _MoxAssert(sgFile, "SetMeshEdgeIndex", __LINE__, sgPolygonsNotBackToBack.mText);
             lLast = int64_t(lPolys[lPolygonIndex].mIndex) + lPolys[lPolygonIndex].mSize - 1;
         }
     }
@@ -290,7 +297,7 @@ void ForEachMappedCorner(const MoxMesh& pMesh, int pControlPointsCount, VISIT pV
         for (int i = 0; i < lPolygon.mSize; ++i) {
             const int lVertex = MoxReadVertex(pMesh.mPolygonVertices, int64_t(lPolygon.mIndex) + i);
             if (lVertex < 0 || lVertex >= pControlPointsCount) {
-                _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "Vertex >= 0 && Vertex < lControlPointsCount");
+                _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, sgVertexOutsideControlPoints.mText);
                 continue;
             }
             pVisit(p, i, lVertex);
@@ -302,17 +309,17 @@ void ForEachMappedCorner(const MoxMesh& pMesh, int pControlPointsCount, VISIT pV
 // False, after the block's name is reported, when a block cannot be had.
 bool BuildV2PVBlocks(const MoxMesh& pMesh, int pControlPointsCount, V2PVBlocks& pBlocks)
 {
-    if (!AllocateV2PVBlock(pBlocks.mCount, pControlPointsCount, "Vertex2PVCount")) return false;
+    if (!AllocateV2PVBlock(pBlocks.mCount, pControlPointsCount, sgNoV2PVCountMemory.mText)) return false;
     std::fill(pBlocks.mCount, pBlocks.mCount + pControlPointsCount, 0);
     ForEachMappedCorner(pMesh, pControlPointsCount, [&pBlocks](int, int, int pVertex) { ++pBlocks.mCount[pVertex]; });
 
-    if (!AllocateV2PVBlock(pBlocks.mOffset, int64_t(pControlPointsCount) + 1, "Vertex2PVOffset")) return false;
+    if (!AllocateV2PVBlock(pBlocks.mOffset, int64_t(pControlPointsCount) + 1, sgNoV2PVOffsetMemory.mText)) return false;
     pBlocks.mOffset[0] = 0;
     for (int c = 0; c < pControlPointsCount; ++c) pBlocks.mOffset[c + 1] = pBlocks.mOffset[c] + pBlocks.mCount[c];
 
-    if (!AllocateV2PVBlock(pBlocks.mCounter, pControlPointsCount, "Vertex2PVCounter")) return false;
+    if (!AllocateV2PVBlock(pBlocks.mCounter, pControlPointsCount, sgNoV2PVCounterMemory.mText)) return false;
     std::fill(pBlocks.mCounter, pBlocks.mCounter + pControlPointsCount, 0);
-    if (!AllocateV2PVBlock(pBlocks.mPairs, pBlocks.mOffset[pControlPointsCount], "Vertex2PV")) return false;
+    if (!AllocateV2PVBlock(pBlocks.mPairs, pBlocks.mOffset[pControlPointsCount], sgNoV2PVMemory.mText)) return false;
     ForEachMappedCorner(pMesh, pControlPointsCount, [&pBlocks](int pPolygon, int pPosition, int pVertex) {
         pBlocks.mPairs[pBlocks.mOffset[pVertex] + pBlocks.mCounter[pVertex]++] = MoxPair<int, int>(pPolygon, pPosition);
     });
@@ -344,7 +351,7 @@ bool SortEdgeKeys(const uint64_t* pKeys, int pCount, int pControlPointsCount, ui
 {
     MoxScratch<int> lStarts(int64_t(pControlPointsCount) + 1);
     if (!lStarts.Get()) {
-        _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lStarts");
+        _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, sgNoStartsMemory.mText);
         return false;
     }
     std::fill(lStarts.Get(), lStarts.Get() + pControlPointsCount + 1, 0);
@@ -377,7 +384,7 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
     auto& lEdgeSet = pMesh.mV2PVMap.mEdgeSet;
     lEdgeSet.Reserve(lEdgeCount);
     MoxScratch<uint64_t> lKeys(lEdgeCount);
-    if (!lKeys.Get()) _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lKeys");
+    if (!lKeys.Get()) _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, sgNoKeysMemory.mText);
     int lKeyCount = 0;
     for (int e = 0; e < lEdgeCount; ++e) {
         int lStart = -1;
@@ -385,7 +392,7 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
         pMesh.GetMeshEdgeVertices(e, lStart, lEnd);
         if (lStart < 0 || lEnd < 0) continue;
         if (lStart >= pControlPointsCount) {
-            _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lStartVertexIndex < lControlPointsCount");
+            _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, sgEdgeStartPastControlPoints.mText);
             continue;
         }
         const MoxPair<int, int> lEdge(std::min(lStart, lEnd), std::max(lStart, lEnd));
@@ -396,7 +403,7 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
         }
     }
     MoxScratch<uint64_t> lSorted(lKeyCount);
-    if (!lSorted.Get()) _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, "lSorted");
+    if (!lSorted.Get()) _MoxAssert(sgFile, "BeginAddMeshEdgeIndex", __LINE__, sgNoSortedMemory.mText);
     uint64_t* lOrder = lSorted.Get() && SortEdgeKeys(lKeys.Get(), lKeyCount, pControlPointsCount, lSorted.Get())
                            ? lSorted.Get()
                            : lKeys.Get();
@@ -421,12 +428,12 @@ void FillEdgeSet(MoxMesh& pMesh, int pControlPointsCount)
 // The neighbours of a corner are the control points at the next vertex (the first after the last) and at
 // the previous vertex under both rules the walks use: the one of SetMeshEdgeIndex (in a polygon of one
 // vertex, the vertex before it in the array) and the one of ComputeComponentMaps (the polygon's last).
-// A control point qualifies when it has more than kHighValence corners, each still a corner of it (a
+// A control point qualifies when it has more than sgHighValence corners, each still a corner of it (a
 // position of its polygon, holding the control point), and every position those rules read is inside
 // mPolygonVertices, so that walking only the candidates makes the same reads, and the same reports
 // (none), as walking all corners.
 
-constexpr int kHeaderSize = 4;
+constexpr int sgHeaderSize = 4;
 
 long long NeighbourEntry(int pNeighbour, int pRank)
 {
@@ -498,11 +505,11 @@ MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPoints
     int lIndexed = 0;
     int64_t lEntryRoom = 0;
     for (int c = 0; c < pControlPointsCount; ++c) {
-        if (lCounts[c] <= kHighValence || !HasPlainCorners(pMesh, c, lCounts[c])) continue;
+        if (lCounts[c] <= sgHighValence || !HasPlainCorners(pMesh, c, lCounts[c])) continue;
         ++lIndexed;
         lEntryRoom += 3 * int64_t(lCounts[c]);
     }
-    const int64_t lFirstEntry = kHeaderSize + 2 * int64_t(lIndexed) + 1;
+    const int64_t lFirstEntry = sgHeaderSize + 2 * int64_t(lIndexed) + 1;
     if (lIndexed == 0 || lFirstEntry + lEntryRoom > INT_MAX ||
         !lIndex.ResizeUninitialized(static_cast<int>(lFirstEntry + lEntryRoom)))
         return lIndex;
@@ -511,12 +518,12 @@ MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPoints
     lData[1] = pMesh.GetPolygonVertexCount();
     lData[2] = pEditCount;
     lData[3] = lIndexed;
-    long long* lPoints = lData + kHeaderSize;
+    long long* lPoints = lData + sgHeaderSize;
     long long* lBounds = lPoints + lIndexed;
     long long lPosition = lFirstEntry;
     int h = 0;
     for (int c = 0; c < pControlPointsCount && h < lIndexed; ++c) {
-        if (lCounts[c] <= kHighValence || !HasPlainCorners(pMesh, c, lCounts[c])) continue;
+        if (lCounts[c] <= sgHighValence || !HasPlainCorners(pMesh, c, lCounts[c])) continue;
         lPoints[h] = c;
         lBounds[h++] = lPosition;
         lPosition += FillNeighbourEntries(pMesh, c, lCounts[c], lData + lPosition);
@@ -531,12 +538,12 @@ MoxArray<long long> BuildNeighbourIndex(const MoxMesh& pMesh, int pControlPoints
 bool FindNeighbourEntries(const MoxMesh& pMesh, const MoxArray<long long>& pIndex, unsigned int pEditCount,
                           int pControlPoint, const long long*& pBegin, const long long*& pEnd)
 {
-    if (pIndex.GetCount() < kHeaderSize) return false;
+    if (pIndex.GetCount() < sgHeaderSize) return false;
     const long long* lData = pIndex.GetArray();
     if (lData[0] != pMesh.GetPolygonCount() || lData[1] != pMesh.GetPolygonVertexCount() ||
         lData[2] != static_cast<long long>(pEditCount))
         return false;
-    const long long* lPoints = lData + kHeaderSize;
+    const long long* lPoints = lData + sgHeaderSize;
     const long long* lPointsEnd = lPoints + lData[3];
     const long long* lFound = std::lower_bound(lPoints, lPointsEnd, static_cast<long long>(pControlPoint));
     if (lFound == lPointsEnd || *lFound != pControlPoint) return false;
@@ -606,7 +613,7 @@ bool CompactEdgeArray(MoxArray<int>& pEdges, const int* pList, int pListCount)
 {
     MoxScratch<int> lFreed(pListCount);
     if (!lFreed.Get()) {
-        _MoxAssert(sgFile, "RemoveDuplicatedEdges", __LINE__, "lFreed");
+        _MoxAssert(sgFile, "RemoveDuplicatedEdges", __LINE__, sgNoFreedMemory.mText);
         return false;
     }
     const int lCount = pEdges.GetCount();
@@ -739,7 +746,7 @@ void MoxMesh::BuildMeshEdgeArray()
 void MoxMesh::FillMeshEdgeTable(MoxArray<int>& pTable, int* pCount,
                                 FillFunction FillFct)  // NOLINT(readability-identifier-naming)
 {
-    MOX_ASSERT_MSG(sgFile, FillFct != nullptr, "FillFct != NULL");
+    MOX_ASSERT_MSG(sgFile, FillFct != nullptr, sgNoFillFunction.mText);
     // The pairs are grouped by smaller control point, with room for every side counted first.
     MoxPairSet lKnownPairs;
     lKnownPairs.BeginCounting(GetControlPointsCount());
@@ -758,7 +765,7 @@ void MoxMesh::FillMeshEdgeTable(MoxArray<int>& pTable, int* pCount,
             FillFct(pTable, static_cast<int>(static_cast<uint32_t>(pPosition)), pCount);
         return !lOutOfMemory;
     });
-    if (lOutOfMemory) MOX_REPORT(sgFile, "lEdgeStarts");
+    if (lOutOfMemory) MOX_REPORT(sgFile, sgNoEdgeStartsMemory.mText);
 }
 
 int MoxMesh::FindPolygonIndex(int pEdgeIndex)  // NOLINT(readability-make-member-function-const): public interface
@@ -804,7 +811,7 @@ int MoxMesh::SetMeshEdgeIndex(int pEdgeIndex, int pStartVertexIndex, int pEndVer
     const int lControlPointsCount = GetControlPointsCount();
     if (pStartVertexIndex < 0 || pStartVertexIndex >= lControlPointsCount || pEndVertexIndex < 0 ||
         pEndVertexIndex >= lControlPointsCount || pEdgeIndex < 0 || pEdgeIndex >= GetMeshEdgeCount()) {
-        MOX_REPORT(sgFile, "false");
+        MOX_REPORT(sgFile, sgFailed.mText);
         return -1;
     }
     const MoxPair<int, int> lEdge(std::min(pStartVertexIndex, pEndVertexIndex),
@@ -857,8 +864,7 @@ int MoxMesh::AddMeshEdgeIndexForPolygon(int pPolygonIndex, int pPositionInPolygo
     const PolygonDef lPolygon = mPolygons[pPolygonIndex];
     if (pPositionInPolygon < 0 || pPositionInPolygon >= lPolygon.mSize) return -1;
     const int64_t lVertex = int64_t(lPolygon.mIndex) + pPositionInPolygon;
-    if (lVertex >= mPolygonVertices.GetCount())
-        MOX_REPORT(sgFile, "mPolygons[pPolygonIndex].mIndex + pPositionInPolygon < mPolygonVertices.GetCount()");
+    if (lVertex >= mPolygonVertices.GetCount()) MOX_REPORT(sgFile, sgPositionOutsideVertices.mText);
     const int lStart = MoxReadVertex(mPolygonVertices, lVertex);
     const int lEnd = MoxReadVertex(mPolygonVertices, SideEnd(lPolygon, pPositionInPolygon));
     return AddMeshEdgeIndex(lStart, lEnd, true);
@@ -916,7 +922,7 @@ void MoxMesh::GetMeshEdgeVertices(int pEdgeIndex, int& pStartVertexIndex, int& p
             return;
         }
     }
-    MOX_ASSERT_MSG(sgFile, lVertex + 1 < lVertexCount, "mEdgeArray[pEdgeIndex] + 1 < mPolygonVertices.GetCount()");
+    MOX_ASSERT_MSG(sgFile, lVertex + 1 < lVertexCount, sgEdgeAtLastVertex.mText);
     pEndVertexIndex = MoxReadVertex(mPolygonVertices, int64_t(lVertex) + 1);
 }
 
@@ -1048,7 +1054,7 @@ int MoxMesh::NextV2PVCorner(int pControlPoint, int pNeighbour, int pFrom) const
     if (pFrom >= lCount) return -1;
     const long long* lEntries = nullptr;
     const long long* lEntriesEnd = nullptr;
-    if (lCount <= kHighValence ||
+    if (lCount <= sgHighValence ||
         !FindNeighbourEntries(*this, mV2PVNeighbours, mPolygonEditCount, pControlPoint, lEntries, lEntriesEnd))
         return pFrom;
     const long long lFirst = NeighbourEntry(pNeighbour, 0);

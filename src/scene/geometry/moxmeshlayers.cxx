@@ -2,11 +2,13 @@
 
 #include "detail/moxmeshlayers.h"
 #include "moxsdk/core/moxassert.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 
 namespace moxsdk {
 namespace {
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 
 // ---- UV, material and texture indices --------------------------------------------------------------
 
@@ -333,21 +335,21 @@ bool MoxMesh::GetPolygonVertexLayerElementIndex(const MoxLayerElementTemplate<T>
         case MoxLayerElement::eByControlPoint: {
             const int lPolygonVertex = lPolygon.mIndex + pPositionInPolygon;
             if (lPolygonVertex < 0 || lPolygonVertex >= GetPolygonVertexCount()) {
-                MOX_REPORT(sgFile, "index into mPolygonVertices out-of-range");
+                MOX_REPORT(sgFile, sgVertexIndexOutside.mText);
                 return false;
             }
             lComponent = mPolygonVertices.GetArray()[lPolygonVertex];
             break;
         }
         default:
-            MOX_REPORT(sgFile, "MappingMode not supported");
+            MOX_REPORT(sgFile, sgMappingUnsupported.mText);
             return false;
     }
 
     if (pElement->GetReferenceMode() != MoxLayerElement::eDirect) {
         const MoxLayerElementArrayTemplate<int>& lIndices = pElement->GetIndexArray();
         if (lComponent < 0 || lComponent >= lIndices.GetCount()) {
-            MOX_REPORT(sgFile, "index into IndexArray out-of-range");
+            MOX_REPORT(sgFile, sgIndexArrayIndexOutside.mText);
             return false;
         }
         lComponent = lIndices.GetAt(lComponent);
@@ -366,7 +368,7 @@ bool MoxMesh::GetPolygonVertexLayerElementValue(const MoxLayerElementTemplate<T>
     const MoxLayerElementArrayTemplate<T>& lValues = pElement->GetDirectArray();
     if (lIndex < 0 || lIndex >= lValues.GetCount()) {
         if (pAllowUnmapped && lIndex == -1) return true;
-        MOX_REPORT(sgFile, "index into DirectArray out-of-range");
+        MOX_REPORT(sgFile, sgDirectArrayIndexOutside.mText);
         return false;
     }
     pValue = lValues.GetAt(lIndex);

@@ -35,6 +35,7 @@
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 
 namespace moxsdk {
 namespace {
@@ -42,6 +43,7 @@ namespace {
 typedef MoxMesh::VertexNormalInfo NormalInfo;
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 // A stored normal matches its recomputed counter-clockwise normal when closer than this.
 constexpr double sgWindingTolerance = 0.01;
 // Two reference normals coincide when each of their four components differs by at most this.
@@ -271,7 +273,7 @@ MoxLayerElementArrayTemplate<MoxVector4>* NormalArray(const MoxMesh& pMesh, cons
 {
     MoxLayerElementArrayTemplate<MoxVector4>* lDirect = nullptr;
     const bool lValid = pMesh.GetNormals(&lDirect);
-    if (!lValid || !lDirect) _MoxAssert(sgFile, pFunction, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lDirect) _MoxAssert(sgFile, pFunction, __LINE__, sgNoNormalArray.mText);
     return lDirect;
 }
 
@@ -435,11 +437,10 @@ void GatherSmoothTargets(MoxMesh& pMesh, SmoothTargets& pTargets, const char* pF
             MarkSmoothPolygons(pMesh, *lElement, pTargets);
         } else if (lMappingMode == MoxLayerElement::eByEdge) {
             if (lElement->GetReferenceMode() != MoxLayerElement::eDirect)
-                _MoxAssert(sgFile, pFunction, __LINE__, "lReferenceMode == MoxLayerElement::eDirect");
+                _MoxAssert(sgFile, pFunction, __LINE__, sgEdgeSmoothingIndexed.mText);
             MarkSoftEdgeCorners(pMesh, *lElement, lStamp, pTargets);
         } else {
-            _MoxAssert(sgFile, pFunction, __LINE__,
-                       "lMappingMode == MoxLayerElement::eByPolygon || lMappingMode == MoxLayerElement::eByEdge");
+            _MoxAssert(sgFile, pFunction, __LINE__, sgSmoothingMappingUnsupported.mText);
         }
     }
     pMesh.EndGetMeshEdgeVertices();
@@ -825,7 +826,7 @@ void MoxMesh::ComputeNormalsPerCtrlPoint(MoxArray<VertexNormalInfo>& pNormalInfo
     pNormalInfo.Resize(GetControlPointsCount(), false);
     if (!AccumulateCornerNormals(*this, pNormalInfo.GetArray(), pNormalInfo.GetCapacity(), pCW)) {
         pNormalInfo.Clear();
-        MOX_REPORT(sgFile, "false");
+        MOX_REPORT(sgFile, sgFailed.mText);
     }
 }
 
@@ -846,7 +847,7 @@ void MoxMesh::ComputeNormalsPerPolygonVertex(MoxArray<VertexNormalInfo>& pNormal
 {
     const MoxVector4* lPoints = GetControlPoints();
     if (!lPoints) {
-        MOX_REPORT(sgFile, "lPoints != NULL");
+        MOX_REPORT(sgFile, sgNoControlPoints.mText);
         return;
     }
     pNormalInfo.ResizeUninitialized(GetPolygonVertexCount(), false);
@@ -867,7 +868,7 @@ void MoxMesh::ComputeNormalsPerPolygonVertex(MoxArray<VertexNormalInfo>& pNormal
     });
     if (!lComplete) {
         pNormalInfo.Clear();
-        MOX_REPORT(sgFile, "false");
+        MOX_REPORT(sgFile, sgFailed.mText);
         return;
     }
     if (k < lCount)
@@ -919,19 +920,19 @@ bool MoxMesh::CheckIfVertexNormalsCCW()
     const int lPointCount = GetControlPointsCount();
     if (lElement->GetReferenceMode() != MoxLayerElement::eDirect &&
         lElement->GetIndexArray().GetCount() != lPointCount) {
-        MOX_REPORT(sgFile, "GetLayer(0)->GetNormals()->GetIndexArray().GetCount() == GetControlPointsCount()");
+        MOX_REPORT(sgFile, sgNormalIndicesNotPerPoint.mText);
         return false;
     }
     MoxArray<VertexNormalInfo> lExpected;
     lExpected.Resize(lPointCount, false);
     if (!AccumulateCornerNormals(*this, lExpected.GetArray(), lExpected.GetCapacity(), false)) {
-        MOX_REPORT(sgFile, "(lCurrentIndex >= 0 && lPreviousIndex >= 0 && lNextIndex >= 0)");
+        MOX_REPORT(sgFile, sgCornerOutsideControlPoints.mText);
         return false;
     }
     MoxLayerElementArrayTemplate<MoxVector4>* lDirect = nullptr;
     const bool lValid = GetNormals(&lDirect);
     if (!lValid || !lDirect) {
-        MOX_REPORT(sgFile, "isvalid && direct");
+        MOX_REPORT(sgFile, sgNoNormalValues.mText);
         return false;
     }
     MoxLayerElementArrayTemplate<int>* lIndexArray = nullptr;
@@ -956,7 +957,7 @@ bool MoxMesh::ConformNormalsTo(const MoxMesh* pMesh)
     ControlPointToVerticesMap lGroups;
     ComputeControlPointToVerticesMap(lGroups);
     if (!lGroups.Valid()) {
-        MOX_REPORT(sgFile, "lGroups.Valid()");
+        MOX_REPORT(sgFile, sgNoControlPointGroups.mText);
         return false;
     }
     ConformScratch lScratch;

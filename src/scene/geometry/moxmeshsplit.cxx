@@ -31,11 +31,13 @@
 #include "moxsdk/scene/moxcluster.h"
 #include "moxsdk/scene/moxshape.h"
 #include "moxsdk/scene/moxskin.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 
 namespace moxsdk {
 namespace {
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 constexpr const char* sgSplit = "SplitPoints";
 constexpr const char* sgMerge = "MergePointsForPolygonVerteNormals";
 // Two control points merge when their distance is strictly below this.
@@ -378,8 +380,7 @@ public:
             if (mIndices) {
                 lIndex = mIndices->GetAt(pControlPoint);
                 if (lIndex < 0 || lIndex >= mDirect->GetCount())
-                    _MoxAssert(sgFile, sgSplit, __LINE__,
-                               "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()");
+                    _MoxAssert(sgFile, sgSplit, __LINE__, sgNormalIndexOutside.mText);
             }
             pNormal = mDirect->GetAt(lIndex);
         }
@@ -410,7 +411,7 @@ public:
     {
         if (mMode == MoxLayerElement::eByPolygonVertex) {
             const int lUVIndex = pMesh.GetTextureUVIndex(pPolygon, pPosition, mType);
-            if (lUVIndex == -1) _MoxAssert(sgFile, sgSplit, __LINE__, "-1 != lUVindex");
+            if (lUVIndex == -1) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoUVIndex.mText);
             pUV = mDirect->GetAt(lUVIndex);
         } else if (mMode == MoxLayerElement::eByControlPoint) {
             pUV = mDirect->GetAt(pControlPoint);
@@ -489,7 +490,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
         !pRecords.mEdgeIndex.Resize(lWalked) || (lNormals.Varies() && !pRecords.mNormals.Resize(lWalked)) ||
         (lUVs.Varies() && !pRecords.mUVs.Resize(lWalked)) ||
         !FillArray(lUsed, lOldCount, static_cast<unsigned char>(0)) || (lHasEdges && !lEdges.Init(pMesh, lWalked))) {
-        _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+        _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
         return false;
     }
     pRecords.mSharedNormal = lNormals.First();
@@ -502,7 +503,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
         for (int i = 0; i < lSize; ++i, ++lVertex) {
             const int lControlPoint = pMesh.GetPolygonVertex(p, i);
             if (lControlPoint < 0) {
-                _MoxAssert(sgFile, sgSplit, __LINE__, "lCurrentVertexIndex >= 0");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNegativeControlPoint.mText);
                 return false;
             }
             lNormals.Read(pMesh, p, i, lControlPoint, lNormal);
@@ -511,7 +512,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
             if (lUVs.Varies()) pRecords.mUVs.GetArray()[lVertex] = lUV;
             // A control point past the old count has no list: its polygon vertex is left as it is.
             if (lControlPoint >= lOldCount) {
-                _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
                 continue;
             }
             pRecords.mNewIndex.GetArray()[lVertex] = lUsed.GetArray()[lControlPoint] ? lNext++ : lControlPoint;
@@ -522,7 +523,7 @@ bool RecordPolygonVertices(MoxMesh& pMesh, MoxLayer& pLayer, const MoxLayerEleme
     }
     pRecords.mNewCount = lNext;
     if (!BuildGroups(pRecords.mControlPoint.GetArray(), lWalked, lOldCount, pRecords.mLists)) {
-        _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+        _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
         return false;
     }
     return true;
@@ -539,7 +540,7 @@ void ExtendSkinClusters(MoxMesh& pMesh, const SplitRecords& pRecords)
     for (int k = 0; k < lSkin->GetClusterCount(); ++k) {
         MoxCluster* lCluster = lSkin->GetCluster(k);
         if (!lCluster) {
-            _MoxAssert(sgFile, sgSplit, __LINE__, "lCluster != NULL");
+            _MoxAssert(sgFile, sgSplit, __LINE__, sgNoCluster.mText);
             continue;
         }
         // Only the pairs the cluster had before are read; the lists move as pairs are added.
@@ -548,7 +549,7 @@ void ExtendSkinClusters(MoxMesh& pMesh, const SplitRecords& pRecords)
             const int lControlPoint = lCluster->GetControlPointIndices()[i];
             const double lWeight = lCluster->GetControlPointWeights()[i];
             if (lControlPoint < 0 || lControlPoint >= pRecords.mOldCount) {
-                _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+                _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
                 continue;
             }
             const Groups& lLists = pRecords.mLists;
@@ -572,11 +573,11 @@ public:
         mReference = lElement ? lElement->GetReferenceMode() : MoxLayerElement::eIndexToDirect;
         const bool lValid = pMesh.GetNormals(&mNormals);
         if (!lValid || !mNormals) {
-            _MoxAssert(sgFile, sgSplit, __LINE__, "isvalid && lNormals");
+            _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitNormals.mText);
             mNormals = nullptr;
         }
         if (mReference == MoxLayerElement::eIndexToDirect) pMesh.GetNormalsIndices(&mIndices);
-        if (!lLayer) _MoxAssert(sgFile, sgSplit, __LINE__, "GetLayer(0)");
+        if (!lLayer) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoLayer0.mText);
     }
 
     bool ByPolygon() const { return mMode == MoxLayerElement::eByPolygon; }
@@ -588,7 +589,7 @@ public:
             int lTarget = pControlPoint;
             if (mReference != MoxLayerElement::eDirect) {
                 lTarget = mIndices ? mIndices->GetAt(pControlPoint) : 0;
-                if (lTarget < 0) _MoxAssert(sgFile, sgSplit, __LINE__, "index >= 0");
+                if (lTarget < 0) _MoxAssert(sgFile, sgSplit, __LINE__, sgNegativeNormalIndex.mText);
             }
             mNormals->SetAt(lTarget, pNormal);
         } else if (mMode == MoxLayerElement::eByPolygonVertex) {
@@ -705,10 +706,9 @@ bool SavedShape::Save(MoxShape& pShape, MoxLayerElementUV* pUVs, int pMinCount)
 
     VectorArray* lNormals = nullptr;
     const bool lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, "isvalid && direct");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoNormalValues.mText);
     MoxVector4* lNormalData = lNormals ? lNormals->GetLocked(MoxLayerElementArray::eReadLock) : nullptr;
-    if (lNormals && lNormals->GetCount() != mCount)
-        _MoxAssert(sgFile, sgSplit, __LINE__, "direct->GetCount() == lCurrentShape->GetControlPointsCount()");
+    if (lNormals && lNormals->GetCount() != mCount) _MoxAssert(sgFile, sgSplit, __LINE__, sgShapeNormalCount.mText);
     const int lNormalCount = lNormals ? std::min(mCount, lNormals->GetCount()) : 0;
     if (lNormalData && lNormalCount > 0)
         std::memcpy(mNormals.GetArray(), lNormalData, sizeof(MoxVector4) * size_t(lNormalCount));
@@ -761,7 +761,7 @@ void ExtendTargetShape(MoxMesh& pMesh, MoxShape& pShape, const SplitRecords& pRe
     }
     VectorArray* lNormals = nullptr;
     const bool lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, "isvalid && direct");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgSplit, __LINE__, sgNoNormalValues.mText);
 
     ShapeValues lValues;
     lValues.mPoints = pShape.GetControlPoints();
@@ -798,7 +798,7 @@ void ForEachTargetShape(MoxMesh& pMesh, const char* pFunction, VISIT pVisit)
                 if (lShape)
                     pVisit(*lShape);
                 else
-                    _MoxAssert(sgFile, pFunction, __LINE__, "lCurrentShape != NULL");
+                    _MoxAssert(sgFile, pFunction, __LINE__, sgNoTargetShape.mText);
             }
         }
     }
@@ -1188,7 +1188,7 @@ void ReduceMergedEdges(MoxMesh& pMesh)
     const int lEdgeCount = pMesh.mEdgeArray.GetCount();
     if (lEdgeCount == 0) return;
     if (lEdgeCount != pMesh.mPolygonVertices.GetCount())
-        _MoxAssert(sgFile, sgMerge, __LINE__, "mEdgeArray.GetCount() == mPolygonVertices.GetCount()");
+        _MoxAssert(sgFile, sgMerge, __LINE__, sgEdgeCountNotVertexCount.mText);
     EdgePairIndex lPairs;
     EdgeEnds lEnds;
     MoxArray<int> lKept;
@@ -1285,7 +1285,7 @@ void TruncateTargetShape(MoxShape& pShape, int pCount, MoxArray<MoxVector4>& pSa
 {
     VectorArray* lNormals = nullptr;
     bool lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, sgNoNormalArray.mText);
     if (pSavedPoints.GetCount() == 0 && pCount > 0) {
         if (!FillArray(pSavedPoints, pCount, MoxVector4()) || !FillArray(pSavedNormals, pCount, MoxVector4())) {
             pSavedPoints.Clear();
@@ -1300,7 +1300,7 @@ void TruncateTargetShape(MoxShape& pShape, int pCount, MoxArray<MoxVector4>& pSa
     pShape.InitControlPoints(pCount);
     pShape.InitNormals();
     lValid = pShape.GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, sgNoNormalArray.mText);
     if (pSavedPoints.GetCount() == 0) return;
     const int lPointCount = std::min(pCount, pShape.GetControlPointsCount());
     if (lPointCount > 0)
@@ -1327,7 +1327,7 @@ bool MoxMesh::SplitPoints(MoxLayerElement::EType pType)
     const bool lHasEdges = mEdgeArray.GetCount() > 0 && mPolygonVertices.GetCount() > 0;
     if (!RecordPolygonVertices(*this, *lLayer, lUVs, lUVDirect, pType, lRecords)) return false;
     if (lHasEdges && !FillArray(lSplitEdges, mPolygonVertices.GetCount(), SplitEdgeData{0, false})) {
-        _MoxAssert(sgFile, sgSplit, __LINE__, "dva != NULL");
+        _MoxAssert(sgFile, sgSplit, __LINE__, sgNoSplitRecord.mText);
         return false;
     }
 
@@ -1361,7 +1361,7 @@ void MoxMesh::MergePointsForPolygonVerteNormals(MoxArray<int>& pMergeList)
     const int lCount = GetControlPointsCount();
     VectorArray* lNormals = nullptr;
     const bool lValid = GetNormals(&lNormals);
-    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, "isvalid && direct != NULL");
+    if (!lValid || !lNormals) _MoxAssert(sgFile, sgMerge, __LINE__, sgNoNormalArray.mText);
     NotePolygonEdit();
     ReorderNormalsByPolygonVertex(*this, pMergeList, lCount, lNormals);
     ReduceMergedEdges(*this);

@@ -56,12 +56,14 @@
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
+#include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/moxtangentbasis.h"
 
 namespace moxsdk {
 namespace {
 
 constexpr const char* sgFile = "scene/geometry/moxmesh";
+using namespace detail::meshreports;
 constexpr const char* sgWorker = "GenerateTangentsData";
 // Corners of one control point weld when their normals agree within this, in all four components.
 constexpr double sgWeldTolerance = 1e-06;
@@ -382,7 +384,7 @@ bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordS
         PerVtxData lCorners[3];
         for (int j = 0; j < 3; ++j, ++k) {
             if (!pReader.Read(p, j, lInput, j)) {
-                ReportFromWorker(__LINE__, "pv >= 0");
+                ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                 return false;
             }
             lCorners[j].SetIds(-1, p, ClampToInt(k), lInput.mUVIndices[j], pReader.ControlPointAt(k));
@@ -410,7 +412,7 @@ bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordStore&
             TriangleInput lInput;
             for (int c = 0; c < 3; ++c) {
                 if (!pReader.Read(p, lPositions[c], lInput, c)) {
-                    ReportFromWorker(__LINE__, "pv >= 0");
+                    ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                     return false;
                 }
             }
@@ -706,17 +708,17 @@ bool CollectRecords(const MoxMesh& pMesh, const MoxLayerElementUV* pUVSet, Recor
     ScratchBlock<MoxVector4> lRawTangents;
     ScratchBlock<MoxVector4> lRawBinormals;
     if (!lRawTangents.Allocate(pMesh.GetPolygonVertexCount())) {
-        ReportFromWorker(__LINE__, "lTangents");
+        ReportFromWorker(__LINE__, sgNoTangentMemory.mText);
         return false;
     }
     if (!lRawBinormals.Allocate(pMesh.GetPolygonVertexCount())) {
-        ReportFromWorker(__LINE__, "lBinormals");
+        ReportFromWorker(__LINE__, sgNoBinormalMemory.mText);
         return false;
     }
     const bool lTriangles = pMesh.IsTriangleMesh();
     const int64_t lCapacity = CountCorners(pMesh, lTriangles);
     if (lCapacity < 0 || !pRecords.Allocate(lCapacity, pMesh.GetControlPointsCount())) {
-        ReportFromWorker(__LINE__, "lData");
+        ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
     CornerReader lReader(pMesh, pUVSet);
@@ -741,7 +743,7 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
     if (!CollectRecords(*this, pUVSet, lRecords)) return false;
     WeldGrid lGrid;
     if (lRecords.GetLongest() > sgPlainWeldLimit && !lGrid.Reserve(lRecords.GetLongest())) {
-        ReportFromWorker(__LINE__, "lData");
+        ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
 

@@ -70,12 +70,12 @@ public:
     T& operator[](int pIndex) const
     {
         if (pIndex < 0) {
-            MOX_REPORT(kFile, "Index is out of range!");
+            MOX_REPORT(sgFile, "Index is out of range!");
         } else if (pIndex >= GetSize()) {
             if (pIndex < GetCapacity())
-                MOX_REPORT(kFile,
+                MOX_REPORT(sgFile,
                            "Index is out of range, but not outside of capacity! Call SetAt() to use reserved memory.");
-            MOX_REPORT(kFile, "Index is out of range!");
+            MOX_REPORT(sgFile, "Index is out of range!");
         }
         return Slot(pIndex);
     }
@@ -87,7 +87,7 @@ public:
     void SetAt(int pIndex, const T& pItem)
     {
         if (pIndex < 0 || pIndex >= GetCapacity()) {
-            MOX_REPORT(kFile, "pIndex >= 0 && pIndex < GetCapacity()");
+            MOX_REPORT(sgFile, "pIndex >= 0 && pIndex < GetCapacity()");
             return;
         }
         if (pIndex >= Head()->mSize) Head()->mSize = pIndex + 1;
@@ -112,7 +112,7 @@ public:
         const int lNewCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
         const int lOldCapacity = GetCapacity();
         if (lNewCapacity <= lSize || !Allocate(lNewCapacity)) {
-            MOX_REPORT(kFile, "mData");
+            MOX_REPORT(sgFile, "mData");
             return -1;
         }
         // The new reserved slots start zeroed, so that a read past the size inside the capacity (which
@@ -127,7 +127,7 @@ public:
     {
         const int64_t lEnd = int64_t(pIndex) + 1;
         const int lSize = GetSize();
-        if (lEnd < 0 || lEnd > lSize) MOX_REPORT(kFile, "Index is out of range!");
+        if (lEnd < 0 || lEnd > lSize) MOX_REPORT(sgFile, "Index is out of range!");
         const T lItem = GetAt(pIndex);
         if (pIndex < 0 || pIndex >= GetCapacity()) return lItem;
         if (lEnd < lSize) std::memmove(GetArray() + pIndex, GetArray() + lEnd, Bytes(lSize - static_cast<int>(lEnd)));
@@ -139,12 +139,12 @@ public:
     int Find(const T& pItem, int pStartIndex = 0) const
     {
         if (pStartIndex < 0) {
-            MOX_REPORT(kFile, "pStartIndex >= 0");
+            MOX_REPORT(sgFile, "pStartIndex >= 0");
             return -1;
         }
         const int lSize = GetSize();
         if (lSize < 0) {
-            MOX_REPORT(kFile, "size >= 0");
+            MOX_REPORT(sgFile, "size >= 0");
             return -1;
         }
         const T* lData = GetArray();
@@ -168,12 +168,12 @@ public:
     bool Reserve(int pCapacity)
     {
         if (pCapacity < 0) {
-            MOX_REPORT(kFile, "pCapacity >= 0");
+            MOX_REPORT(sgFile, "pCapacity >= 0");
             return false;
         }
         if (pCapacity <= GetCapacity()) return true;
         if (!Allocate(pCapacity)) {
-            MOX_REPORT(kFile, "mData");
+            MOX_REPORT(sgFile, "mData");
             return false;
         }
         Head()->mCapacity = pCapacity;
@@ -210,7 +210,7 @@ public:
     bool IsValid() const { return !mData || (Head()->mSize >= 0 && Head()->mSize <= Head()->mCapacity); }
 
 private:
-    static constexpr const char* kFile = "core/base/moxarray";
+    static constexpr const char* sgFile = "core/base/moxarray";
 
     struct Header {
         int mSize;
@@ -258,13 +258,13 @@ private:
             return true;
         }
         if (pSize < 0) {
-            _MoxAssert(kFile, pFunction, __LINE__, "pSize > 0");
+            _MoxAssert(sgFile, pFunction, __LINE__, "pSize > 0");
             return false;
         }
         const bool lReallocate = pReserve ? pSize > lOldCapacity : pSize != lOldCapacity;
         if (lReallocate) {
             if (!Allocate(pSize)) {
-                _MoxAssert(kFile, pFunction, __LINE__, "mData");
+                _MoxAssert(sgFile, pFunction, __LINE__, "mData");
                 return false;
             }
             if (pZeroFill && pSize > lOldCapacity)

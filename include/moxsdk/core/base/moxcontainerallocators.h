@@ -61,7 +61,7 @@ class MoxHungryAllocator {
 public:
     // FreeMemory does nothing, so a container may drop records that need no destruction without handing
     // each one back.
-    static constexpr bool kFreeMemoryDoesNothing = true;
+    static constexpr bool sgFreeMemoryDoesNothing = true;
 
     // One block of the pool. The list of blocks runs from the newest to the oldest.
     class MemoryBlock {

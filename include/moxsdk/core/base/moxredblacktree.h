@@ -79,7 +79,7 @@ public:
     MoxRedBlackTreeBase& operator=(MoxRedBlackTreeBase&&) = delete;
 
 protected:
-    static constexpr const char* kFile = "core/base/moxredblacktree";
+    static constexpr const char* sgFile = "core/base/moxredblacktree";
 
     MoxRedBlackTreeBase() = default;
     ~MoxRedBlackTreeBase() = default;
@@ -109,12 +109,12 @@ private:
 };
 
 namespace detail {
-// True for an allocator that declares kFreeMemoryDoesNothing true.
+// True for an allocator that declares sgFreeMemoryDoesNothing true.
 template <class ALLOCATOR, class = void>
 struct MoxFreesNothing : std::false_type {};
 template <class ALLOCATOR>
-struct MoxFreesNothing<ALLOCATOR, std::void_t<decltype(ALLOCATOR::kFreeMemoryDoesNothing)>>
-    : std::integral_constant<bool, ALLOCATOR::kFreeMemoryDoesNothing> {};
+struct MoxFreesNothing<ALLOCATOR, std::void_t<decltype(ALLOCATOR::sgFreeMemoryDoesNothing)>>
+    : std::integral_constant<bool, ALLOCATOR::sgFreeMemoryDoesNothing> {};
 }  // namespace detail
 
 // In-order iteration over the records of a tree: RECORD is the tree's RecordType, or const RecordType
@@ -206,16 +206,16 @@ public:
         void* lBuffer = mAllocator.AllocateRecords(1);
         if (!lBuffer) return MoxPair<RecordType*, bool>(nullptr, false);
         RecordType* lNode = ConstructRecord(lBuffer, pData);
-        MOX_ASSERT(kFile, lNode == lBuffer);
+        MOX_ASSERT(sgFile, lNode == lBuffer);
         ++mSize;
         // The descent ended at an empty place of lParent on the side lOrder gives.
         if (!lParent) {
             mRoot = lNode;
         } else if (lOrder < 0) {
-            MOX_ASSERT_MSG(kFile, lParent->mRightChild == nullptr, "lParent->mRightChild == 0");
+            MOX_ASSERT_MSG(sgFile, lParent->mRightChild == nullptr, "lParent->mRightChild == 0");
             lParent->mRightChild = lNode;
         } else {
-            MOX_ASSERT_MSG(kFile, lParent->mLeftChild == nullptr, "lParent->mLeftChild == 0");
+            MOX_ASSERT_MSG(sgFile, lParent->mLeftChild == nullptr, "lParent->mLeftChild == 0");
             lParent->mLeftChild = lNode;
         }
         lNode->mParent = lParent;
@@ -240,7 +240,7 @@ public:
     }
 
     // Destroys and frees every record, children before their parent. Records that need no destruction,
-    // from an allocator whose FreeMemory does nothing (kFreeMemoryDoesNothing), are dropped in O(1).
+    // from an allocator whose FreeMemory does nothing (sgFreeMemoryDoesNothing), are dropped in O(1).
     void Clear()
     {
         if (mRoot &&
