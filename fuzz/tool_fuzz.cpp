@@ -12,13 +12,13 @@
 #include <sstream>
 #include <string>
 
-#include "assimpreader.h"
-#include "gltfwriter.h"
-#include "managedmesh.h"
-#include "meshbuilder.h"
-#include "objreader.h"
+#include "io/assimpreader.h"
+#include "io/gltfwriter.h"
+#include "io/managedmesh.h"
+#include "io/meshbuilder.h"
+#include "io/objreader.h"
+#include "io/toolerror.h"
 #include "support/moxfuzzinput.h"
-#include "toolerror.h"
 
 namespace {
 

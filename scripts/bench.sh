@@ -9,7 +9,9 @@
 #   --pipeline  end to end instead: on a generated UV-mapped torus OBJ of TRIANGLES triangles (default
 #               1000000, with a UV seam; scripts/torusobj.py), the wall time and peak RSS of
 #               `moxmesh process IN -o OUT.glb --smooth-angle 45 --tangents` and of
-#               `assimp export IN OUT.glb -gsn -cts -jiv` (Debian's assimp-utils), best of the repetitions
+#               `assimp export IN OUT.glb -gsn -cts -jiv` (Debian's assimp-utils), best of the repetitions;
+#               then moxmesh's steps in one more run (time, resident memory after the step, peak so far)
+#               and the OBJ read beside tinyobjloader's bare parse of the same file (moxmesh_objread_bench)
 #   FILTER  a regular expression on the benchmark names, "<mesh>/<side>.<operation>", e.g. 'torus_tri_1M/'
 #           (one mesh) or 'torus_tri_1M/.*Normals' (the normal rows of ours and of the peers)
 # Environment: MOX_BENCH_DATA, the directory of .obj files measured besides the procedural meshes
@@ -59,7 +61,7 @@ mox_pipeline_run()
 
 if $lPipeline; then
     mox_require_packages assimp-utils time
-    cmake --build --preset bench --target moxmesh >&2
+    cmake --build --preset bench --target moxmesh moxmesh_objread_bench >&2
     lTriangles="${lFilter:-1000000}"
     lDirectory=build/bench/pipeline
     mkdir -p "$lDirectory"
@@ -75,6 +77,14 @@ if $lPipeline; then
         build/bench/bin/moxmesh process "$lInput" -o "$lDirectory/moxmesh.glb" --smooth-angle 45 --tangents
     mox_pipeline_run "assimp export -gsn -cts -jiv" \
         assimp export "$lInput" "$lDirectory/assimp.glb" -gsn -cts -jiv
+    echo
+    echo "moxmesh's steps (one run):"
+    build/bench/bin/moxmesh process "$lInput" -o "$lDirectory/moxmesh.glb" --smooth-angle 45 --tangents \
+        --progress 2>&1 >/dev/null | sed -n 's/^moxmesh: \[[0-9/]*\] \(.* done in .*\)$/  \1/p'
+    echo
+    echo "OBJ read beside tinyobjloader (x LoadObj: the row's time over LoadObj's in the same run):"
+    MOX_BENCH_OBJ="$lInput" build/bench/bin/moxmesh_objread_bench \
+        --benchmark_repetitions="${MOX_BENCH_REPETITIONS:-1}" 2>/dev/null | grep '/'
     exit 0
 fi
 cmake --build --preset bench --target moxpeers_bench >&2

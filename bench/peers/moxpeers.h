@@ -13,7 +13,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "meshdata.h"
+#include "io/meshdata.h"
 
 namespace moxpeers {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "libraryreports.h"
 #include "moxpeers.h"
+#include "pipeline/libraryreports.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 
 #include <sys/resource.h>
 
-#include "demomodel.h"
+#include "io/objreader.h"
+#include "io/toolerror.h"
 #include "moxpeers.h"
-#include "objreader.h"
+#include "pipeline/demomodel.h"
 #include "support/moxbenchmeshes.h"
-#include "toolerror.h"
 
 namespace moxpeers {
 namespace {

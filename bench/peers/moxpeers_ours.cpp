@@ -4,13 +4,13 @@
 // the pipeline) start each iteration from a fresh copy, made outside the timing.
 #include <memory>
 
-#include "commands.h"
-#include "demomodel.h"
-#include "managedmesh.h"
-#include "meshbuilder.h"
+#include "cli/commands.h"
+#include "io/managedmesh.h"
+#include "io/meshbuilder.h"
 #include "moxpeers.h"
 #include "moxsdk/scene/geometry/moxlayer.h"
-#include "pipelinesteps.h"
+#include "pipeline/demomodel.h"
+#include "pipeline/pipelinesteps.h"
 
 namespace moxpeers {
 namespace {

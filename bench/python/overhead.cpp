@@ -11,8 +11,8 @@
 #include <limits>
 #include <vector>
 
-#include "managedmesh.h"
-#include "meshbuilder.h"
+#include "io/managedmesh.h"
+#include "io/meshbuilder.h"
 
 namespace {
 

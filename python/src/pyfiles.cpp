@@ -7,12 +7,12 @@
 
 #include <pybind11/stl.h>
 
-#include "batch.h"
-#include "commands.h"
-#include "meshreader.h"
-#include "meshwriter.h"
+#include "cli/batch.h"
+#include "cli/commands.h"
+#include "io/meshreader.h"
+#include "io/meshwriter.h"
+#include "io/toolerror.h"
 #include "pymesh.h"
-#include "toolerror.h"
 
 namespace py = pybind11;
 

@@ -8,9 +8,9 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include "edgesmoothing.h"
-#include "meshbuilder.h"
+#include "io/meshbuilder.h"
 #include "moxsdk/scene/moxsurfacematerial.h"
+#include "pipeline/edgesmoothing.h"
 #include "pyarrays.h"
 
 namespace py = pybind11;

@@ -11,7 +11,7 @@
 
 #include <pybind11/pybind11.h>
 
-#include "managedmesh.h"
+#include "io/managedmesh.h"
 #include "pyreports.h"
 
 namespace moxpython {

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "elementview.h"
+#include "moxsdk/scene/geometry/moxlayerelementreader.h"
 
 namespace moxtooltest {
 
@@ -77,8 +77,8 @@ std::vector<CornerValues> ReadCorners(moxsdk::MoxMesh& pMesh)
     using moxsdk::MoxLayerElement;
     const double lNaN = std::numeric_limits<double>::quiet_NaN();
     moxsdk::MoxLayer* lLayer0 = pMesh.GetLayer(0);
-    moxmeshtool::ElementView<moxsdk::MoxVector4> lNormals(lLayer0 ? lLayer0->GetNormals() : nullptr);
-    moxmeshtool::ElementView<moxsdk::MoxVector2> lUVs(pMesh.GetElementUV());
+    const moxsdk::MoxLayerElementReader<moxsdk::MoxVector4> lNormals(lLayer0 ? lLayer0->GetNormals() : nullptr);
+    const moxsdk::MoxLayerElementReader<moxsdk::MoxVector2> lUVs(pMesh.GetElementUV());
     std::vector<CornerValues> lCorners;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p)
         for (int k = 0; k < pMesh.GetPolygonSize(p); ++k) {
