@@ -89,110 +89,111 @@ void FuzzArray(moxfuzz::Input& pInput)
     for (int lStep = 0; lStep < 64 && !pInput.Empty(); ++lStep) {
         const int lValue = static_cast<int>(pInput.Byte());
         switch (pInput.Byte() % 11) {
-        case 0:
-        case 1: {
-            if (lModel.mSize == lModel.Capacity()) {
-                const int lOldCapacity = lModel.Capacity();
-                lModel.Reallocate(lOldCapacity ? 2 * lOldCapacity : 1);
-                lModel.Fill(lOldCapacity, lModel.Capacity());
-            }
-            lModel.Write(lModel.mSize++, lValue);
-            Check(lArray.Add(lValue) == lModel.mSize - 1);
-            break;
-        }
-        case 2: {
-            const int lIndex = pInput.Index(lModel.Capacity());
-            const int lRemoved = lArray.RemoveAt(lIndex);
-            if (lIndex >= 0 && lIndex < lModel.Capacity()) {
-                if (lIndex < lModel.mSize && lModel.mKnown[lIndex]) Check(lRemoved == lModel.mSlots[lIndex]);
-                for (int i = lIndex; i + 1 < lModel.mSize; ++i) {
-                    lModel.mSlots[i] = lModel.mSlots[i + 1];
-                    lModel.mKnown[i] = lModel.mKnown[i + 1];
+            case 0:
+            case 1: {
+                if (lModel.mSize == lModel.Capacity()) {
+                    const int lOldCapacity = lModel.Capacity();
+                    lModel.Reallocate(lOldCapacity ? 2 * lOldCapacity : 1);
+                    lModel.Fill(lOldCapacity, lModel.Capacity());
                 }
-                if (lModel.mSize > 0) --lModel.mSize;
-            } else {
-                Check(lRemoved == 0);
-            }
-            break;
-        }
-        case 3: {
-            const int lIndex = pInput.Index(lModel.Capacity());
-            lArray.SetAt(lIndex, lValue);
-            if (lIndex >= 0 && lIndex < lModel.Capacity()) {
-                if (lIndex >= lModel.mSize) lModel.mSize = lIndex + 1;
-                lModel.Write(lIndex, lValue);
-            }
-            break;
-        }
-        case 4: {
-            const int lIndex = pInput.Index(lModel.Capacity());
-            const int lRead = lArray[lIndex];
-            if (lIndex >= 0 && lIndex < lModel.Capacity() && lModel.mKnown[lIndex]) Check(lRead == lModel.mSlots[lIndex]);
-            if (lIndex < 0 || lIndex >= lModel.Capacity()) Check(lRead == 0);
-            break;
-        }
-        case 5: {
-            const int lSize = pInput.Range(-1, 40);
-            const bool lReserve = pInput.Bool();
-            lArray.Resize(lSize, lReserve);
-            ModelResize(lModel, lSize, lReserve, true);
-            break;
-        }
-        case 6: {
-            const int lSize = pInput.Range(-1, 40);
-            const bool lReserve = pInput.Bool();
-            lArray.ResizeUninitialized(lSize, lReserve);
-            ModelResize(lModel, lSize, lReserve, false);
-            break;
-        }
-        case 7: {
-            const int lCapacity = pInput.Range(-1, 40);
-            lArray.Reserve(lCapacity);
-            if (lCapacity > lModel.Capacity()) {
-                lModel.Reallocate(lCapacity);
-                lModel.Fill(lModel.mSize, lCapacity);
-            }
-            break;
-        }
-        case 8:
-            lArray.Compact();
-            ModelResize(lModel, lModel.mSize, false, true);
-            break;
-        case 9: {
-            const int lStart = pInput.Range(-1, 8);
-            const int lFound = lArray.Find(lValue, lStart);
-            if (lStart < 0) {
-                Check(lFound == -1);
+                lModel.Write(lModel.mSize++, lValue);
+                Check(lArray.Add(lValue) == lModel.mSize - 1);
                 break;
             }
-            // The first match among the defined slots; a slot of undefined content before it could
-            // match too, so the answer is only checked when none precedes it.
-            for (int i = lStart; i < lModel.mSize; ++i) {
-                if (!lModel.mKnown[i]) break;
-                if (lModel.mSlots[i] == lValue || i + 1 == lModel.mSize) {
-                    Check(lFound == (lModel.mSlots[i] == lValue ? i : -1));
+            case 2: {
+                const int lIndex = pInput.Index(lModel.Capacity());
+                const int lRemoved = lArray.RemoveAt(lIndex);
+                if (lIndex >= 0 && lIndex < lModel.Capacity()) {
+                    if (lIndex < lModel.mSize && lModel.mKnown[lIndex]) Check(lRemoved == lModel.mSlots[lIndex]);
+                    for (int i = lIndex; i + 1 < lModel.mSize; ++i) {
+                        lModel.mSlots[i] = lModel.mSlots[i + 1];
+                        lModel.mKnown[i] = lModel.mKnown[i + 1];
+                    }
+                    if (lModel.mSize > 0) --lModel.mSize;
+                } else {
+                    Check(lRemoved == 0);
+                }
+                break;
+            }
+            case 3: {
+                const int lIndex = pInput.Index(lModel.Capacity());
+                lArray.SetAt(lIndex, lValue);
+                if (lIndex >= 0 && lIndex < lModel.Capacity()) {
+                    if (lIndex >= lModel.mSize) lModel.mSize = lIndex + 1;
+                    lModel.Write(lIndex, lValue);
+                }
+                break;
+            }
+            case 4: {
+                const int lIndex = pInput.Index(lModel.Capacity());
+                const int lRead = lArray[lIndex];
+                if (lIndex >= 0 && lIndex < lModel.Capacity() && lModel.mKnown[lIndex])
+                    Check(lRead == lModel.mSlots[lIndex]);
+                if (lIndex < 0 || lIndex >= lModel.Capacity()) Check(lRead == 0);
+                break;
+            }
+            case 5: {
+                const int lSize = pInput.Range(-1, 40);
+                const bool lReserve = pInput.Bool();
+                lArray.Resize(lSize, lReserve);
+                ModelResize(lModel, lSize, lReserve, true);
+                break;
+            }
+            case 6: {
+                const int lSize = pInput.Range(-1, 40);
+                const bool lReserve = pInput.Bool();
+                lArray.ResizeUninitialized(lSize, lReserve);
+                ModelResize(lModel, lSize, lReserve, false);
+                break;
+            }
+            case 7: {
+                const int lCapacity = pInput.Range(-1, 40);
+                lArray.Reserve(lCapacity);
+                if (lCapacity > lModel.Capacity()) {
+                    lModel.Reallocate(lCapacity);
+                    lModel.Fill(lModel.mSize, lCapacity);
+                }
+                break;
+            }
+            case 8:
+                lArray.Compact();
+                ModelResize(lModel, lModel.mSize, false, true);
+                break;
+            case 9: {
+                const int lStart = pInput.Range(-1, 8);
+                const int lFound = lArray.Find(lValue, lStart);
+                if (lStart < 0) {
+                    Check(lFound == -1);
                     break;
                 }
+                // The first match among the defined slots; a slot of undefined content before it could
+                // match too, so the answer is only checked when none precedes it.
+                for (int i = lStart; i < lModel.mSize; ++i) {
+                    if (!lModel.mKnown[i]) break;
+                    if (lModel.mSlots[i] == lValue || i + 1 == lModel.mSize) {
+                        Check(lFound == (lModel.mSlots[i] == lValue ? i : -1));
+                        break;
+                    }
+                }
+                break;
             }
-            break;
-        }
-        default: {
-            if (lModel.mSize > 256) break;  // self-appends double the size
-            MoxArray<int> lCopy(lArray);
-            CheckArray(lCopy, [&] {
-                ArrayModel lCopyModel = lModel;
-                ModelResize(lCopyModel, lModel.mSize, false, true);
-                return lCopyModel;
-            }());
-            lArray.AddArray(lCopy);
-            const int lOldSize = lModel.mSize;
-            ModelResize(lModel, lOldSize * 2, false, true);
-            for (int i = 0; i < lOldSize; ++i) {
-                lModel.mSlots[lOldSize + i] = lModel.mSlots[i];
-                lModel.mKnown[lOldSize + i] = lModel.mKnown[i];
+            default: {
+                if (lModel.mSize > 256) break;  // self-appends double the size
+                MoxArray<int> lCopy(lArray);
+                CheckArray(lCopy, [&] {
+                    ArrayModel lCopyModel = lModel;
+                    ModelResize(lCopyModel, lModel.mSize, false, true);
+                    return lCopyModel;
+                }());
+                lArray.AddArray(lCopy);
+                const int lOldSize = lModel.mSize;
+                ModelResize(lModel, lOldSize * 2, false, true);
+                for (int i = 0; i < lOldSize; ++i) {
+                    lModel.mSlots[lOldSize + i] = lModel.mSlots[i];
+                    lModel.mKnown[lOldSize + i] = lModel.mKnown[i];
+                }
+                break;
             }
-            break;
-        }
         }
         CheckArray(lArray, lModel);
     }
@@ -206,19 +207,19 @@ void FuzzSet(moxfuzz::Input& pInput)
     for (int lStep = 0; lStep < 256 && !pInput.Empty(); ++lStep) {
         const int lKey = static_cast<int>(pInput.Byte() % 64) - 8;
         switch (pInput.Byte() % 4) {
-        case 0:
-        case 1: {
-            const auto lResult = lSet.Insert(lKey);
-            Check(lResult.mFirst != nullptr && lResult.mFirst->GetValue() == lKey);
-            Check(lResult.mSecond == lModel.insert(lKey).second);
-            break;
-        }
-        case 2:
-            Check(lSet.Remove(lKey) == (lModel.erase(lKey) == 1));
-            break;
-        default:
-            Check((lSet.Find(lKey) != nullptr) == (lModel.count(lKey) == 1));
-            break;
+            case 0:
+            case 1: {
+                const auto lResult = lSet.Insert(lKey);
+                Check(lResult.mFirst != nullptr && lResult.mFirst->GetValue() == lKey);
+                Check(lResult.mSecond == lModel.insert(lKey).second);
+                break;
+            }
+            case 2:
+                Check(lSet.Remove(lKey) == (lModel.erase(lKey) == 1));
+                break;
+            default:
+                Check((lSet.Find(lKey) != nullptr) == (lModel.count(lKey) == 1));
+                break;
         }
         Check(lSet.IsValid());
         Check(lSet.GetSize() == static_cast<int>(lModel.size()));
@@ -238,22 +239,22 @@ void FuzzMap(moxfuzz::Input& pInput)
         const int lKey = static_cast<int>(pInput.Byte() % 32);
         const int lValue = static_cast<int>(pInput.Byte());
         switch (pInput.Byte() % 3) {
-        case 0:
-            Check(lMap.Add(lKey, lValue)->GetKey() == lKey);
-            lModel.insert({lKey, lValue});
-            break;
-        case 1:
-            lMap.Remove(lMap.Find(lKey));
-            lModel.erase(lKey);
-            break;
-        default: {
-            auto* lRecord = lMap.FindValue(lValue);
-            auto lExpected = lModel.begin();
-            while (lExpected != lModel.end() && lExpected->second != lValue) ++lExpected;
-            Check((lRecord == nullptr) == (lExpected == lModel.end()));
-            if (lRecord) Check(lRecord->GetKey() == lExpected->first);
-            break;
-        }
+            case 0:
+                Check(lMap.Add(lKey, lValue)->GetKey() == lKey);
+                lModel.insert({lKey, lValue});
+                break;
+            case 1:
+                lMap.Remove(lMap.Find(lKey));
+                lModel.erase(lKey);
+                break;
+            default: {
+                auto* lRecord = lMap.FindValue(lValue);
+                auto lExpected = lModel.begin();
+                while (lExpected != lModel.end() && lExpected->second != lValue) ++lExpected;
+                Check((lRecord == nullptr) == (lExpected == lModel.end()));
+                if (lRecord) Check(lRecord->GetKey() == lExpected->first);
+                break;
+            }
         }
         Check(lMap.GetCount() == static_cast<int>(lModel.size()));
         auto lExpected = lModel.begin();
@@ -272,10 +273,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t pSize)
     MoxAssertSetProc(&IgnoreReport);
     moxfuzz::Input lInput(pData, pSize);
     switch (lInput.Byte() % 4) {
-    case 0: FuzzArray(lInput); break;
-    case 1: FuzzSet<MoxSet<int>>(lInput); break;
-    case 2: FuzzSet<MoxSet<int, MoxLessCompare<int>, MoxHungryAllocator>>(lInput); break;
-    default: FuzzMap(lInput); break;
+        case 0:
+            FuzzArray(lInput);
+            break;
+        case 1:
+            FuzzSet<MoxSet<int>>(lInput);
+            break;
+        case 2:
+            FuzzSet<MoxSet<int, MoxLessCompare<int>, MoxHungryAllocator>>(lInput);
+            break;
+        default:
+            FuzzMap(lInput);
+            break;
     }
     return 0;
 }

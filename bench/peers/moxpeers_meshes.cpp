@@ -126,7 +126,8 @@ TimedFaults::TimedFaults(benchmark::State& pState) : mState(pState), mStart(Mino
 TimedFaults::~TimedFaults()
 {
     const double lFaults = static_cast<double>(mCounted + MinorFaults() - mStart);
-    mState.counters["faults/call"] = lFaults / static_cast<double>(std::max<benchmark::IterationCount>(mState.iterations(), 1));
+    mState.counters["faults/call"] =
+        lFaults / static_cast<double>(std::max<benchmark::IterationCount>(mState.iterations(), 1));
 }
 
 void TimedFaults::Pause()

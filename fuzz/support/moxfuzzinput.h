@@ -29,9 +29,12 @@ public:
     int Index(int pCount)
     {
         switch (Byte() % 8) {
-        case 0: return -1 - Below(3);
-        case 1: return pCount + Below(3);
-        default: return Below(pCount > 0 ? pCount : 1);
+            case 0:
+                return -1 - Below(3);
+            case 1:
+                return pCount + Below(3);
+            default:
+                return Below(pCount > 0 ? pCount : 1);
         }
     }
     double Coordinate() { return (static_cast<int>(Byte()) - 128) / 16.0; }

@@ -392,10 +392,12 @@ TEST(MoxArray, AllocationFailureEmptiesArrayReportsAndLeaksNothing)
         {"Add", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Add(5) != -1; }},
         {"Reserve", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Reserve(100); }},
         {"Resize", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Resize(100, false); }},
-        {"ResizeUninitialized", [](MoxArray<int>& a, const MoxArray<int>&) { return a.ResizeUninitialized(100, true); }},
+        {"ResizeUninitialized",
+         [](MoxArray<int>& a, const MoxArray<int>&) { return a.ResizeUninitialized(100, true); }},
         {"Resize", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Grow(10); }},
         {"Resize", [](MoxArray<int>& a, const MoxArray<int>& b) { return a.AddArray(b); }},
-        {"Resize", [](MoxArray<int>& a, const MoxArray<int>& b) {
+        {"Resize",
+         [](MoxArray<int>& a, const MoxArray<int>& b) {
              a = b;
              return a.GetSize() == b.GetSize();
          }},

@@ -517,8 +517,8 @@ TEST(MoxLayerElementUserData, GetDirectArrayVoidPastTheEndPassesWithTheFallback)
     EXPECT_TRUE(lOk);
     EXPECT_EQ(lCapture.Count(), 0u);
     // A real field gives its array.
-    EXPECT_EQ(lUser->GetDirectArrayVoid(1, nullptr), static_cast<MoxLayerElementArray*>(
-                                                          &MoxGetDirectArray<double>(lUser.mElement, 1)));
+    EXPECT_EQ(lUser->GetDirectArrayVoid(1, nullptr),
+              static_cast<MoxLayerElementArray*>(&MoxGetDirectArray<double>(lUser.mElement, 1)));
 }
 
 TEST(MoxLayerElementUserData, MoxGetDirectArrayOfAMissingFieldIsAnEmptyScratchArray)

@@ -69,35 +69,41 @@ std::vector<NamedOperation> Operations()
 {
     return {
         {"BuildMeshEdgeArray", [](MoxMesh& m) { m.BuildMeshEdgeArray(); }},
-        {"BeginAddMeshEdgeIndex", [](MoxMesh& m) {
+        {"BeginAddMeshEdgeIndex",
+         [](MoxMesh& m) {
              m.BeginAddMeshEdgeIndex();
              m.AddMeshEdgeIndex(0, 1, true);
              m.EndAddMeshEdgeIndex();
          }},
-        {"GetMeshEdgeIndexForPolygon", [](MoxMesh& m) {
+        {"GetMeshEdgeIndexForPolygon",
+         [](MoxMesh& m) {
              m.BeginGetMeshEdgeIndexForPolygon();
              for (int p = 0; p < m.GetPolygonCount(); ++p) m.GetMeshEdgeIndexForPolygon(p, 0);
              m.EndGetMeshEdgeIndexForPolygon();
          }},
-        {"GetMeshEdgeVertices", [](MoxMesh& m) {
+        {"GetMeshEdgeVertices",
+         [](MoxMesh& m) {
              m.BeginGetMeshEdgeVertices();
              int lStart = 0;
              int lEnd = 0;
              for (int e = 0; e < m.GetMeshEdgeCount(); ++e) m.GetMeshEdgeVertices(e, lStart, lEnd);
              m.EndGetMeshEdgeVertices();
          }},
-        {"RemoveDuplicatedEdges", [](MoxMesh& m) {
+        {"RemoveDuplicatedEdges",
+         [](MoxMesh& m) {
              MoxArray<int> lList;
              lList.Add(0);
              lList.Add(2);
              m.RemoveDuplicatedEdges(lList);
          }},
-        {"ComputeComponentMaps", [](MoxMesh& m) {
+        {"ComputeComponentMaps",
+         [](MoxMesh& m) {
              MoxMesh::ComponentMap lEdges;
              MoxMesh::ComponentMap lPolygons;
              m.ComputeComponentMaps(lEdges, lPolygons);
          }},
-        {"ControlPointToVerticesMap", [](MoxMesh& m) {
+        {"ControlPointToVerticesMap",
+         [](MoxMesh& m) {
              MoxMesh::ControlPointToVerticesMap lMap;
              m.ComputeControlPointToVerticesMap(lMap);
              lMap.FillWithAdjacencyInfo(&m, m.GetControlPointsCount());
@@ -111,31 +117,36 @@ std::vector<NamedOperation> Operations()
         {"ConformNormalsTo", [](MoxMesh& m) { m.ConformNormalsTo(&m); }},
         {"GenerateTangentsDataForAllUVSets", [](MoxMesh& m) { m.GenerateTangentsDataForAllUVSets(true, false); }},
         {"SplitPoints", [](MoxMesh& m) { m.SplitPoints(); }},
-        {"Merge", [](MoxMesh& m) {
+        {"Merge",
+         [](MoxMesh& m) {
              MoxArray<int> lList;
              m.BuildMergeList(lList);
              m.MergePointsForPolygonVerteNormals(lList);
          }},
-        {"BuildPolygons", [](MoxMesh& m) {
+        {"BuildPolygons",
+         [](MoxMesh& m) {
              m.BeginPolygon(1, 2, 3, true);
              m.AddPolygon(0, 1);
              m.AddPolygon(1, 2);
              m.AddPolygon(2, 3);
          }},
-        {"UVAndMaterialIndices", [](MoxMesh& m) {
+        {"UVAndMaterialIndices",
+         [](MoxMesh& m) {
              m.InitMaterialIndices(MoxLayerElement::eByPolygon);
              m.InitTextureIndices(MoxLayerElement::eByPolygon);
              m.InitTextureUVIndices(MoxLayerElement::eByPolygonVertex);
              m.SetTextureUVIndex(0, 0, 1);
          }},
-        {"PolygonVertexLookups", [](MoxMesh& m) {
+        {"PolygonVertexLookups",
+         [](MoxMesh& m) {
              MoxArray<MoxVector4> lNormals;
              MoxArray<MoxVector2> lUVs;
              MoxArray<int> lUnmapped;
              m.GetPolygonVertexNormals(lNormals);
              m.GetPolygonVertexUVs(nullptr, lUVs, &lUnmapped);
          }},
-        {"Copy", [](MoxMesh& m) {
+        {"Copy",
+         [](MoxMesh& m) {
              MoxMesh* lCopy = MoxMesh::Create(m.GetMoxManager(), "copy");
              if (lCopy) lCopy->Copy(m);
          }},
