@@ -215,18 +215,18 @@ private:
 // MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, pParentId, pAllocate) defines the record (name "pClass",
 // parent pParentId (a const MoxClassId* or nullptr), factory pAllocate (or nullptr)), pClass::ClassId
 // on it and pClass::GetClassId, which returns pClass::ClassId.
-#define MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, pParentId, pAllocate)                                           \
-    namespace {                                                                                                    \
-    constexpr MoxClassInfo sgClassInfo{#pClass, pParentId, pAllocate};                                             \
-    }                                                                                                              \
-    const MoxClassId pClass::ClassId(&sgClassInfo);                                                                \
-    MoxClassId pClass::GetClassId() const                                                                          \
-    {                                                                                                              \
-        return ClassId;                                                                                            \
+#define MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, pParentId, pAllocate)                                               \
+    namespace {                                                                                                        \
+    constexpr MoxClassInfo sgClassInfo{#pClass, pParentId, pAllocate};                                                 \
+    }                                                                                                                  \
+    const MoxClassId pClass::ClassId(&sgClassInfo);                                                                    \
+    MoxClassId pClass::GetClassId() const                                                                              \
+    {                                                                                                                  \
+        return ClassId;                                                                                                \
     }
 
 // An abstract level of the hierarchy below pParent: its record has no factory.
-#define MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(pClass, pParent)                                                      \
+#define MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(pClass, pParent)                                                          \
     MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, &pParent::ClassId, nullptr)
 
 // A concrete class below pParent: the record with pClass::Allocate as its factory, plus
@@ -234,17 +234,17 @@ private:
 //     pClass::Create(MoxObject*, const char*)    -- CreateObjectIn with pClass::ClassId; its report names
 //                                                   pFile, the class's source path without extension
 //     pClass::Allocate(...)                      -- AllocateObject<pClass>
-#define MOX_SCENE_OBJECT_DEFINITIONS(pClass, pParent, pFile)                                                       \
-    MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, &pParent::ClassId, &pClass::Allocate)                               \
-    pClass* pClass::Create(MoxManager* pManager, const char* pName)                                                \
-    {                                                                                                              \
-        return static_cast<pClass*>(CreateObject(ClassId, pManager, pName));                                       \
-    }                                                                                                              \
-    pClass* pClass::Create(MoxObject* pContainer, const char* pName)                                               \
-    {                                                                                                              \
-        return static_cast<pClass*>(CreateObjectIn(ClassId, pContainer, pName, pFile));                            \
-    }                                                                                                              \
-    MoxObject* pClass::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)                   \
-    {                                                                                                              \
-        return AllocateObject<pClass>(pManager, pName, pFrom);                                                     \
+#define MOX_SCENE_OBJECT_DEFINITIONS(pClass, pParent, pFile)                                                           \
+    MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, &pParent::ClassId, &pClass::Allocate)                                   \
+    pClass* pClass::Create(MoxManager* pManager, const char* pName)                                                    \
+    {                                                                                                                  \
+        return static_cast<pClass*>(CreateObject(ClassId, pManager, pName));                                           \
+    }                                                                                                                  \
+    pClass* pClass::Create(MoxObject* pContainer, const char* pName)                                                   \
+    {                                                                                                                  \
+        return static_cast<pClass*>(CreateObjectIn(ClassId, pContainer, pName, pFile));                                \
+    }                                                                                                                  \
+    MoxObject* pClass::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)                       \
+    {                                                                                                                  \
+        return AllocateObject<pClass>(pManager, pName, pFrom);                                                         \
     }
