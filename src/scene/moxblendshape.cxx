@@ -4,36 +4,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-constexpr const char* sgFile = "scene/moxblendshape";
-constexpr MoxClassInfo sgClassInfo{"MoxBlendShape", &MoxDeformer::ClassId, &MoxBlendShape::Allocate};
-
-}  // namespace
-
-const MoxClassId MoxBlendShape::ClassId(&sgClassInfo);
-
-MoxBlendShape* MoxBlendShape::Create(MoxManager* pManager, const char* pName)
-{
-    return static_cast<MoxBlendShape*>(CreateObject(ClassId, pManager, pName));
-}
-
-MoxBlendShape* MoxBlendShape::Create(MoxObject* pContainer, const char* pName)
-{
-    return static_cast<MoxBlendShape*>(CreateObjectIn(ClassId, pContainer, pName, sgFile));
-}
-
-MoxObject* MoxBlendShape::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)
-{
-    return AllocateObject<MoxBlendShape>(pManager, pName, pFrom);
-}
+MOX_SCENE_OBJECT_DEFINITIONS(MoxBlendShape, MoxDeformer, "scene/moxblendshape")
 
 MoxBlendShape::MoxBlendShape(MoxManager& pManager, const char* pName) : MoxDeformer(pManager, pName) {}
-
-MoxClassId MoxBlendShape::GetClassId() const
-{
-    return ClassId;
-}
 
 bool MoxBlendShape::AddBlendShapeChannel(MoxBlendShapeChannel* pChannel)
 {

@@ -4,36 +4,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-constexpr const char* sgFile = "scene/moxblendshapechannel";
-constexpr MoxClassInfo sgClassInfo{"MoxBlendShapeChannel", &MoxObject::ClassId, &MoxBlendShapeChannel::Allocate};
-
-}  // namespace
-
-const MoxClassId MoxBlendShapeChannel::ClassId(&sgClassInfo);
-
-MoxBlendShapeChannel* MoxBlendShapeChannel::Create(MoxManager* pManager, const char* pName)
-{
-    return static_cast<MoxBlendShapeChannel*>(CreateObject(ClassId, pManager, pName));
-}
-
-MoxBlendShapeChannel* MoxBlendShapeChannel::Create(MoxObject* pContainer, const char* pName)
-{
-    return static_cast<MoxBlendShapeChannel*>(CreateObjectIn(ClassId, pContainer, pName, sgFile));
-}
-
-MoxObject* MoxBlendShapeChannel::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)
-{
-    return AllocateObject<MoxBlendShapeChannel>(pManager, pName, pFrom);
-}
+MOX_SCENE_OBJECT_DEFINITIONS(MoxBlendShapeChannel, MoxObject, "scene/moxblendshapechannel")
 
 MoxBlendShapeChannel::MoxBlendShapeChannel(MoxManager& pManager, const char* pName) : MoxObject(pManager, pName) {}
-
-MoxClassId MoxBlendShapeChannel::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxObject& MoxBlendShapeChannel::Copy(const MoxObject& pObject)
 {

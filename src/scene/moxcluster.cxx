@@ -4,36 +4,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-constexpr const char* sgFile = "scene/moxcluster";
-constexpr MoxClassInfo sgClassInfo{"MoxCluster", &MoxObject::ClassId, &MoxCluster::Allocate};
-
-}  // namespace
-
-const MoxClassId MoxCluster::ClassId(&sgClassInfo);
-
-MoxCluster* MoxCluster::Create(MoxManager* pManager, const char* pName)
-{
-    return static_cast<MoxCluster*>(CreateObject(ClassId, pManager, pName));
-}
-
-MoxCluster* MoxCluster::Create(MoxObject* pContainer, const char* pName)
-{
-    return static_cast<MoxCluster*>(CreateObjectIn(ClassId, pContainer, pName, sgFile));
-}
-
-MoxObject* MoxCluster::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)
-{
-    return AllocateObject<MoxCluster>(pManager, pName, pFrom);
-}
+MOX_SCENE_OBJECT_DEFINITIONS(MoxCluster, MoxObject, "scene/moxcluster")
 
 MoxCluster::MoxCluster(MoxManager& pManager, const char* pName) : MoxObject(pManager, pName) {}
-
-MoxClassId MoxCluster::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxObject& MoxCluster::Copy(const MoxObject& pObject)
 {

@@ -2,21 +2,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-// An abstract level of the hierarchy: its class record has no factory.
-constexpr MoxClassInfo sgClassInfo{"MoxDeformer", &MoxObject::ClassId, nullptr};
-
-}  // namespace
-
-const MoxClassId MoxDeformer::ClassId(&sgClassInfo);
+MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(MoxDeformer, MoxObject)
 
 MoxDeformer::MoxDeformer(MoxManager& pManager, const char* pName) : MoxObject(pManager, pName) {}
-
-MoxClassId MoxDeformer::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxDeformer::EDeformerType MoxDeformer::GetDeformerType() const
 {

@@ -2,21 +2,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-// An abstract level of the hierarchy: its class record has no factory.
-constexpr MoxClassInfo sgClassInfo{"MoxNodeAttribute", &MoxObject::ClassId, nullptr};
-
-}  // namespace
-
-const MoxClassId MoxNodeAttribute::ClassId(&sgClassInfo);
+MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(MoxNodeAttribute, MoxObject)
 
 MoxNodeAttribute::MoxNodeAttribute(MoxManager& pManager, const char* pName) : MoxObject(pManager, pName) {}
-
-MoxClassId MoxNodeAttribute::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxNodeAttribute::EType MoxNodeAttribute::GetAttributeType() const
 {

@@ -6,13 +6,7 @@
 
 namespace moxsdk {
 
-namespace {
-
-constexpr MoxClassInfo sgClassInfo{"MoxObject", nullptr, nullptr};
-
-}  // namespace
-
-const MoxClassId MoxObject::ClassId(&sgClassInfo);
+MOX_SCENE_CLASS_RECORD_DEFINITIONS(MoxObject, nullptr, nullptr)
 
 bool MoxClassId::Is(const MoxClassId& pId) const
 {
@@ -31,11 +25,6 @@ MoxObject* MoxClassId::Create(MoxManager& pManager, const char* pName, const Mox
 MoxObject::MoxObject(MoxManager& pManager, const char* pName) : mManager(&pManager), mName(pName) {}
 
 MoxObject::~MoxObject() = default;
-
-MoxClassId MoxObject::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxObject& MoxObject::Copy(const MoxObject& /*pObject*/)
 {

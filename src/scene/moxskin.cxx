@@ -4,36 +4,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-constexpr const char* sgFile = "scene/moxskin";
-constexpr MoxClassInfo sgClassInfo{"MoxSkin", &MoxDeformer::ClassId, &MoxSkin::Allocate};
-
-}  // namespace
-
-const MoxClassId MoxSkin::ClassId(&sgClassInfo);
-
-MoxSkin* MoxSkin::Create(MoxManager* pManager, const char* pName)
-{
-    return static_cast<MoxSkin*>(CreateObject(ClassId, pManager, pName));
-}
-
-MoxSkin* MoxSkin::Create(MoxObject* pContainer, const char* pName)
-{
-    return static_cast<MoxSkin*>(CreateObjectIn(ClassId, pContainer, pName, sgFile));
-}
-
-MoxObject* MoxSkin::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)
-{
-    return AllocateObject<MoxSkin>(pManager, pName, pFrom);
-}
+MOX_SCENE_OBJECT_DEFINITIONS(MoxSkin, MoxDeformer, "scene/moxskin")
 
 MoxSkin::MoxSkin(MoxManager& pManager, const char* pName) : MoxDeformer(pManager, pName) {}
-
-MoxClassId MoxSkin::GetClassId() const
-{
-    return ClassId;
-}
 
 bool MoxSkin::AddCluster(MoxCluster* pCluster)
 {

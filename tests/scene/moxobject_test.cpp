@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "moxsdk/scene/geometry/moxgeometry.h"
+#include "moxsdk/scene/geometry/moxmesh.h"
 #include "moxsdk/scene/moxblendshape.h"
 #include "moxsdk/scene/moxblendshapechannel.h"
 #include "moxsdk/scene/moxcluster.h"
@@ -28,6 +29,32 @@ struct ManagerHolder {
     MoxManager* mManager;
 };
 
+// Checks what the shared definitions give concrete class T: its record's name and parent, its own
+// class id from a created object, and the Create report naming T's source file pFile.
+template <class T>
+void ExpectConcreteClassDefinitions(const char* pName, const MoxClassId& pParent, const char* pFile)
+{
+    EXPECT_STREQ(T::ClassId.GetName(), pName);
+    EXPECT_EQ(T::ClassId.GetParent(), pParent);
+    ManagerHolder lHolder;
+    T* lObject = T::Create(lHolder.mManager, "object");
+    ASSERT_NE(lObject, nullptr);
+    EXPECT_EQ(lObject->GetClassId(), T::ClassId);
+    EXPECT_TRUE(lObject->GetObjectFlags(1));
+    moxtest::ReportCapture lCapture;
+    EXPECT_EQ(T::Create(static_cast<MoxObject*>(nullptr), "object"), nullptr);
+    EXPECT_TRUE(lCapture.HasOnly(pFile, "Create", "pContainer && pContainer->GetMoxManager()"));
+}
+
+// An abstract class's record has its name and parent and no factory.
+void ExpectAbstractClassDefinitions(const MoxClassId& pId, const char* pName, const MoxClassId& pParent)
+{
+    EXPECT_STREQ(pId.GetName(), pName);
+    EXPECT_EQ(pId.GetParent(), pParent);
+    ManagerHolder lHolder;
+    EXPECT_EQ(pId.Create(*lHolder.mManager, "object", nullptr), nullptr);
+}
+
 }  // namespace
 
 TEST(MoxClassId, HierarchyAndNames)
@@ -48,6 +75,31 @@ TEST(MoxClassId, HierarchyAndNames)
     EXPECT_FALSE(MoxClassId().Is(MoxObject::ClassId));
     EXPECT_FALSE(MoxObject::ClassId.Is(MoxClassId()));
     EXPECT_STREQ(MoxClassId().GetName(), "");
+}
+
+TEST(MoxClassId, EveryConcreteClassHasItsRecordFactoryAndReportPath)
+{
+    ExpectConcreteClassDefinitions<MoxBlendShape>("MoxBlendShape", MoxDeformer::ClassId, "scene/moxblendshape");
+    ExpectConcreteClassDefinitions<MoxBlendShapeChannel>("MoxBlendShapeChannel", MoxObject::ClassId,
+                                                         "scene/moxblendshapechannel");
+    ExpectConcreteClassDefinitions<MoxCluster>("MoxCluster", MoxObject::ClassId, "scene/moxcluster");
+    ExpectConcreteClassDefinitions<MoxNode>("MoxNode", MoxObject::ClassId, "scene/moxnode");
+    ExpectConcreteClassDefinitions<MoxShape>("MoxShape", MoxGeometryBase::ClassId, "scene/moxshape");
+    ExpectConcreteClassDefinitions<MoxSkin>("MoxSkin", MoxDeformer::ClassId, "scene/moxskin");
+    ExpectConcreteClassDefinitions<MoxSurfaceMaterial>("MoxSurfaceMaterial", MoxObject::ClassId,
+                                                       "scene/moxsurfacematerial");
+    ExpectConcreteClassDefinitions<MoxTexture>("MoxTexture", MoxObject::ClassId, "scene/moxtexture");
+    ExpectConcreteClassDefinitions<MoxMesh>("MoxMesh", MoxGeometry::ClassId, "scene/geometry/moxmesh");
+}
+
+TEST(MoxClassId, AbstractClassesHaveNoFactory)
+{
+    ExpectAbstractClassDefinitions(MoxObject::ClassId, "MoxObject", MoxClassId());
+    ExpectAbstractClassDefinitions(MoxDeformer::ClassId, "MoxDeformer", MoxObject::ClassId);
+    ExpectAbstractClassDefinitions(MoxNodeAttribute::ClassId, "MoxNodeAttribute", MoxObject::ClassId);
+    ExpectAbstractClassDefinitions(MoxLayerContainer::ClassId, "MoxLayerContainer", MoxNodeAttribute::ClassId);
+    ExpectAbstractClassDefinitions(MoxGeometryBase::ClassId, "MoxGeometryBase", MoxLayerContainer::ClassId);
+    ExpectAbstractClassDefinitions(MoxGeometry::ClassId, "MoxGeometry", MoxGeometryBase::ClassId);
 }
 
 TEST(MoxObject, CreateGivesAConstructedFlaggedObject)

@@ -14,6 +14,7 @@
 // Allocate is the factory of the class record: it constructs the object with MoxNew<T>(pManager, pName),
 // calls the virtual Construct(pFrom) and sets object flag 1 (AllocateObject<T> below does exactly that).
 // Abstract levels of the hierarchy have a ClassId whose record has no factory.
+// A class's source file defines all of this with one of the macros at the end of this header.
 //
 // Lifetime: objects are made by a MoxManager, which owns them until MoxObject::Destroy or
 // MoxManager::Destroy. Objects that point to other objects (a geometry to its deformers, a skin to its
@@ -206,3 +207,44 @@ private:
 };
 
 }  // namespace moxsdk
+
+// The definitions every class of the hierarchy repeats, written once. Each macro is used once, at
+// namespace moxsdk scope in the class's own source file, and defines a file-static class record
+// sgClassInfo there, so that file must not define another sgClassInfo.
+//
+// MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, pParentId, pAllocate) defines the record (name "pClass",
+// parent pParentId (a const MoxClassId* or nullptr), factory pAllocate (or nullptr)), pClass::ClassId
+// on it and pClass::GetClassId, which returns pClass::ClassId.
+#define MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, pParentId, pAllocate)                                               \
+    namespace {                                                                                                        \
+    constexpr MoxClassInfo sgClassInfo{#pClass, pParentId, pAllocate};                                                 \
+    }                                                                                                                  \
+    const MoxClassId pClass::ClassId(&sgClassInfo);                                                                    \
+    MoxClassId pClass::GetClassId() const                                                                              \
+    {                                                                                                                  \
+        return ClassId;                                                                                                \
+    }
+
+// An abstract level of the hierarchy below pParent: its record has no factory.
+#define MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(pClass, pParent)                                                          \
+    MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, &pParent::ClassId, nullptr)
+
+// A concrete class below pParent: the record with pClass::Allocate as its factory, plus
+//     pClass::Create(MoxManager*, const char*)   -- CreateObject with pClass::ClassId
+//     pClass::Create(MoxObject*, const char*)    -- CreateObjectIn with pClass::ClassId; its report names
+//                                                   pFile, the class's source path without extension
+//     pClass::Allocate(...)                      -- AllocateObject<pClass>
+#define MOX_SCENE_OBJECT_DEFINITIONS(pClass, pParent, pFile)                                                           \
+    MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, &pParent::ClassId, &pClass::Allocate)                                   \
+    pClass* pClass::Create(MoxManager* pManager, const char* pName)                                                    \
+    {                                                                                                                  \
+        return static_cast<pClass*>(CreateObject(ClassId, pManager, pName));                                           \
+    }                                                                                                                  \
+    pClass* pClass::Create(MoxObject* pContainer, const char* pName)                                                   \
+    {                                                                                                                  \
+        return static_cast<pClass*>(CreateObjectIn(ClassId, pContainer, pName, pFile));                                \
+    }                                                                                                                  \
+    MoxObject* pClass::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)                       \
+    {                                                                                                                  \
+        return AllocateObject<pClass>(pManager, pName, pFrom);                                                         \
+    }

@@ -2,21 +2,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-// An abstract level of the hierarchy: its class record has no factory.
-constexpr MoxClassInfo sgClassInfo{"MoxGeometry", &MoxGeometryBase::ClassId, nullptr};
-
-}  // namespace
-
-const MoxClassId MoxGeometry::ClassId(&sgClassInfo);
+MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(MoxGeometry, MoxGeometryBase)
 
 MoxGeometry::MoxGeometry(MoxManager& pManager, const char* pName) : MoxGeometryBase(pManager, pName) {}
-
-MoxClassId MoxGeometry::GetClassId() const
-{
-    return ClassId;
-}
 
 int MoxGeometry::AddDeformer(MoxDeformer* pDeformer)
 {

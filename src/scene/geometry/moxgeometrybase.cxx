@@ -59,19 +59,11 @@ bool GrowTo(MoxLayerElementArrayTemplate<T>& pArray, int pCount)
     return pArray.GetCount() >= pCount;
 }
 
-// An abstract level of the hierarchy: its class record has no factory.
-constexpr MoxClassInfo sgClassInfo{"MoxGeometryBase", &MoxLayerContainer::ClassId, nullptr};
-
 }  // namespace
 
-const MoxClassId MoxGeometryBase::ClassId(&sgClassInfo);
+MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(MoxGeometryBase, MoxLayerContainer)
 
 MoxGeometryBase::MoxGeometryBase(MoxManager& pManager, const char* pName) : MoxLayerContainer(pManager, pName) {}
-
-MoxClassId MoxGeometryBase::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxObject& MoxGeometryBase::Copy(const MoxObject& pObject)
 {

@@ -5,21 +5,9 @@
 
 namespace moxsdk {
 
-namespace {
-
-// An abstract level of the hierarchy: its class record has no factory.
-constexpr MoxClassInfo sgClassInfo{"MoxLayerContainer", &MoxNodeAttribute::ClassId, nullptr};
-
-}  // namespace
-
-const MoxClassId MoxLayerContainer::ClassId(&sgClassInfo);
+MOX_SCENE_ABSTRACT_CLASS_DEFINITIONS(MoxLayerContainer, MoxNodeAttribute)
 
 MoxLayerContainer::MoxLayerContainer(MoxManager& pManager, const char* pName) : MoxNodeAttribute(pManager, pName) {}
-
-MoxClassId MoxLayerContainer::GetClassId() const
-{
-    return ClassId;
-}
 
 MoxLayerContainer::~MoxLayerContainer()
 {

@@ -17,9 +17,6 @@
 namespace moxsdk {
 namespace {
 
-constexpr const char* sgFile = "scene/geometry/moxmesh";
-constexpr MoxClassInfo sgClassInfo{"MoxMesh", &MoxGeometry::ClassId, &MoxMesh::Allocate};
-
 // True when an element's index array is kept in step with polygon building: mapped by polygon and
 // indexed (eIndex or eIndexToDirect).
 bool IsIndexedByPolygon(const MoxLayerElement* pElement)
@@ -60,24 +57,9 @@ MoxLayerElementMaterial* GetMaterialsForNewPolygon(MoxMesh& pMesh, MoxLayer& pLa
 
 }  // namespace
 
-const MoxClassId MoxMesh::ClassId(&sgClassInfo);
-
 // ---- Creation and lifecycle ------------------------------------------------------------------------
 
-MoxMesh* MoxMesh::Create(MoxManager* pManager, const char* pName)
-{
-    return static_cast<MoxMesh*>(CreateObject(ClassId, pManager, pName));
-}
-
-MoxMesh* MoxMesh::Create(MoxObject* pContainer, const char* pName)
-{
-    return static_cast<MoxMesh*>(CreateObjectIn(ClassId, pContainer, pName, sgFile));
-}
-
-MoxObject* MoxMesh::Allocate(MoxManager& pManager, const char* pName, const MoxObject* pFrom)
-{
-    return AllocateObject<MoxMesh>(pManager, pName, pFrom);
-}
+MOX_SCENE_OBJECT_DEFINITIONS(MoxMesh, MoxGeometry, "scene/geometry/moxmesh")
 
 MoxMesh::MoxMesh(MoxManager& pManager, const char* pName) : MoxGeometry(pManager, pName) {}
 
@@ -85,11 +67,6 @@ MoxMesh::MoxMesh(MoxManager& pManager, const char* pName) : MoxGeometry(pManager
 MoxMesh::~MoxMesh()
 {
     FreeV2PVBlocks();
-}
-
-MoxClassId MoxMesh::GetClassId() const
-{
-    return ClassId;
 }
 
 MoxNodeAttribute::EType MoxMesh::GetAttributeType() const
