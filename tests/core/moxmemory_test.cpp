@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <vector>
 
@@ -83,6 +84,33 @@ TEST(MoxMemory, DefaultLargeBlocksAreAligned)
     ASSERT_NE(lZeroed, nullptr);
     EXPECT_EQ(static_cast<unsigned char*>(lZeroed)[lSize - 1], 0);
     MoxFree(lZeroed);
+}
+
+// A freed large block of the default handlers serves the next large request that it fits without
+// being more than twice as large; a kept block handed out by MoxCalloc is zeroed; a large block grows in
+// place up to its whole 2 MiB pages.
+TEST(MoxMemory, DefaultLargeBlocksAreKeptForReuse)
+{
+    constexpr size_t lSize = (size_t(13) << 20) + 5;
+    MoxReleaseKeptMemory();
+    auto* lBlock = static_cast<unsigned char*>(MoxMalloc(lSize));
+    ASSERT_NE(lBlock, nullptr);
+    std::memset(lBlock, 0xab, lSize);
+    EXPECT_EQ(MoxRealloc(lBlock, size_t(14) << 20), lBlock);
+    MoxFree(lBlock);
+    void* lAgain = MoxMalloc(lSize - 100);
+    EXPECT_EQ(lAgain, lBlock);
+    MoxFree(lAgain);
+    auto* lZeroed = static_cast<unsigned char*>(MoxCalloc(lSize, 1));
+    ASSERT_EQ(lZeroed, lBlock);
+    EXPECT_EQ(lZeroed[0], 0);
+    EXPECT_EQ(lZeroed[lSize / 2], 0);
+    EXPECT_EQ(lZeroed[lSize - 1], 0);
+    MoxFree(lZeroed);
+    void* lSmaller = MoxMalloc(size_t(5) << 20);
+    EXPECT_NE(lSmaller, lBlock);
+    MoxFree(lSmaller);
+    MoxReleaseKeptMemory();
 }
 
 struct Counted {

@@ -27,16 +27,22 @@ size_t MoxAllocSize(size_t pCount, size_t pSize);
 // pA + pB, or SIZE_MAX when the sum overflows; keeps a saturated size saturated when a header is added.
 size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 
-// Each setter installs a handler; nullptr restores the default: the C library's function, except that
-// blocks of 4 MiB and more from MoxMalloc, MoxCalloc and MoxRealloc are advised for transparent huge
-// pages where the OS has them (on Linux, madvise(MADV_HUGEPAGE); a new one starts 2 MiB-aligned and its
-// size is rounded up to whole 2 MiB pages), so that a first touch faults once per 2 MiB, not per 4 KiB.
-// Every default block is a C library block (free and realloc take it), so handlers can be replaced one at
-// a time.
+// Each setter installs a handler; nullptr restores the default: the C library's function, except for
+// blocks of 4 MiB and more. On Linux with glibc, a new one starts 2 MiB-aligned, its size is rounded up
+// to whole 2 MiB pages and it is advised for transparent huge pages (madvise(MADV_HUGEPAGE)), so that a
+// first touch faults once per 2 MiB, not per 4 KiB; and the default free keeps up to 16 of them (512
+// MiB in all, the oldest given back first) for the next large request of up to their size (and at least
+// half of it), so that an operation repeated on a large mesh reuses its working memory instead of
+// faulting in fresh pages whose placement depends on the C library's tuning. Every default block is a C
+// library block (free and realloc take it), so handlers can be replaced one at a time.
 void MoxSetMallocHandler(MoxMallocProc pHandler);
 void MoxSetCallocHandler(MoxCallocProc pHandler);
 void MoxSetReallocHandler(MoxReallocProc pHandler);
 void MoxSetFreeHandler(MoxFreeProc pHandler);
+
+// Gives the large blocks that the default free keeps back to the C library (a host that has freed a
+// large mesh and wants its memory returned at once calls it; nothing is lost otherwise).
+void MoxReleaseKeptMemory();
 
 // Allocates sizeof(T) bytes with MoxMalloc and constructs T in place. Returns nullptr when the memory
 // could not be had; when the constructor throws, the memory is released and the exception passes on.
