@@ -107,7 +107,8 @@ bool IsSoft(const int* pPolygons, int pCount, NormalSpan pNormals, const AngleTe
 {
     if (pCount != 2 || pPolygons[0] == pPolygons[1]) return false;
     for (int i = 0; i < 2; ++i)
-        if (pPolygons[i] < 0 || pPolygons[i] >= pNormals.mCount || pNormals.mNormals[pPolygons[i]].SquareLength() == 0.0)
+        if (pPolygons[i] < 0 || pPolygons[i] >= pNormals.mCount ||
+            pNormals.mNormals[pPolygons[i]].SquareLength() == 0.0)
             return false;
     return pAngle.IsWithin(pNormals.mNormals[pPolygons[0]], pNormals.mNormals[pPolygons[1]]);
 }
