@@ -216,7 +216,7 @@ StatementCounts CountStatements(const char* pBegin, const char* pEnd)
             ++lCounts.mFaces;
             lCounts.mCorners += CountWordsAfterBlanks(lLine.mAt, lLineEnd);
         }
-        lAt = lLineEnd + 1;
+        lAt = lLineEnd == pEnd ? pEnd : lLineEnd + 1;
     }
     return lCounts;
 }
