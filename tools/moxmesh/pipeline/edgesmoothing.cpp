@@ -4,6 +4,8 @@
 #include <cmath>
 #include <new>
 
+#include "moxsdk/core/base/moxarray.h"
+
 namespace moxmeshtool {
 namespace {
 
