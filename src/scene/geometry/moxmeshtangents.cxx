@@ -1,11 +1,11 @@
 // Tangent and binormal generation: one tangent and one binormal per polygon vertex for a UV set.
 //
 // Every polygon is cut into triangles (the whole polygon when the mesh holds triangles only, otherwise
-// a fan from its first vertex); each triangle gives per-corner frames (ComputeTangentsForTriangle) and
-// every corner becomes one record. The records of one control point are then welded: a record joins
-// the group of the LATEST earlier record whose normal agrees within 1e-06 in all four components, whose
-// UV index is equal and whose handedness (tangent w) is equal unless handedness is ignored; a record
-// with no such predecessor starts a group. Each group's tangents and binormals are summed in list order,
+// a fan from its first vertex); each triangle gives per-corner frames (ComputeTangentsForTriangle, four
+// triangles at a time) and every corner becomes one record. The records of one control point are then
+// welded: a record joins the group of the LATEST earlier record whose normal agrees within 1e-06 in all
+// four components, whose UV index is equal and whose handedness (tangent w) is equal unless handedness
+// is ignored; a record with no such predecessor starts a group. Each group's tangents and binormals are summed in list order,
 // normalised, given w = -1.0 when the summed w is negative and +1.0 otherwise, and written at the polygon
 // vertex of every member. The "latest earlier match" rule is what assigning groups pairwise in list order,
 // later matches overwriting earlier ones, amounts to; it is order-dependent and not transitive, and the
@@ -105,6 +105,115 @@ int ClampToInt(int64_t pValue)
     return pValue > INT_MAX ? INT_MAX : static_cast<int>(pValue);
 }
 
+// ---- Frames and output --------------------------------------------------------------------------------
+
+// The locked tangent and binormal arrays of the target layer; either may be missing.
+struct FrameOutput {
+    MoxLayerElementArrayTemplate<MoxVector4>* mTangentArray = nullptr;
+    MoxLayerElementArrayTemplate<MoxVector4>* mBinormalArray = nullptr;
+    MoxVector4* mTangents = nullptr;
+    MoxVector4* mBinormals = nullptr;
+    int mTangentCount = 0;
+    int mBinormalCount = 0;
+
+    void Lock()
+    {
+        if (mTangentArray) {
+            mTangents = mTangentArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
+            mTangentCount = mTangents ? mTangentArray->GetCount() : 0;
+        }
+        if (mBinormalArray) {
+            mBinormals = mBinormalArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
+            mBinormalCount = mBinormals ? mBinormalArray->GetCount() : 0;
+        }
+    }
+    void Release()
+    {
+        if (mTangents) mTangentArray->Release(&mTangents);
+        if (mBinormals) mBinormalArray->Release(&mBinormals);
+    }
+    // Both arrays hold at least pCount values.
+    bool Covers(int pCount) const { return mTangentCount >= pCount && mBinormalCount >= pCount; }
+    void Write(int pPolygonVertex, const MoxVector4& pTangent, const MoxVector4& pBinormal) const
+    {
+        if (pPolygonVertex < mTangentCount) mTangents[pPolygonVertex] = pTangent;
+        if (pPolygonVertex < mBinormalCount) mBinormals[pPolygonVertex] = pBinormal;
+    }
+};
+
+// True when pElement already is what InitTangents / InitBinormals would leave of it for pCount values named
+// pName, so that only its values need writing.
+bool HasOutputShape(const MoxLayerElementTemplate<MoxVector4>* pElement, int pCount, const char* pName)
+{
+    return pElement && pElement->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
+           pElement->GetReferenceMode() == MoxLayerElement::eDirect && pElement->mIndexArray->GetCount() == 0 &&
+           pElement->mDirectArray->GetCount() == pCount && std::strcmp(pElement->GetName(), pName) == 0;
+}
+
+// The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
+// With pReuse, an element already of that shape keeps its values (the caller overwrites every one).
+FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pReuse)
+{
+    FrameOutput lOutput;
+    const MoxLayer* lLayer = pMesh.GetLayer(pLayer);
+    const int lCount = pMesh.GetPolygonVertexCount();
+    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetTangents(), lCount, pName)))
+        pMesh.InitTangents(lCount, pLayer, pName);
+    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
+    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetBinormals(), lCount, pName)))
+        pMesh.InitBinormals(lCount, pLayer, pName);
+    pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
+    lOutput.Lock();
+    return lOutput;
+}
+
+// Where the pass leaves each record's frame: a tangent and a binormal per slot, either working arrays or
+// the output's own arrays. The weld's inputs ride in the w components (see the file comment).
+class FrameSlots {
+public:
+    // Frames in pBlock, room for pSlotCount tangents and as many binormals.
+    void UseWorking(MoxVector4* pBlock, int pSlotCount)
+    {
+        mTangents = pBlock;
+        mBinormals = pBlock + pSlotCount;
+    }
+    // Frames in the output's arrays, written in place by the weld.
+    void UseOutput(const FrameOutput& pOutput)
+    {
+        mTangents = pOutput.mTangents;
+        mBinormals = pOutput.mBinormals;
+    }
+
+    // The frame of a new record, with its normal's direct-array index and its UV index.
+    void Store(int pSlot, const MoxVector4& pTangent, const MoxVector4& pBinormal, int pNormalIndex, int pUVIndex) const
+    {
+        mTangents[pSlot] = pTangent;
+        mTangents[pSlot][3] = pTangent[3] * (pNormalIndex + 2.0);
+        mBinormals[pSlot] = pBinormal;
+        mBinormals[pSlot][3] = pUVIndex;
+    }
+
+    // Takes back what Store put in the w components: the tangent's w becomes +-1.0 again (returned: true
+    // when mirrored), the binormal's 0.0.
+    bool TakeInputs(int pSlot, int& pNormalIndex, int& pUVIndex) const
+    {
+        double& lTangentW = mTangents[pSlot][3];
+        const bool lMirrored = lTangentW < 0.0;
+        pNormalIndex = static_cast<int>(std::fabs(lTangentW)) - 2;
+        lTangentW = lMirrored ? -1.0 : 1.0;
+        pUVIndex = static_cast<int>(mBinormals[pSlot][3]);
+        mBinormals[pSlot][3] = 0.0;
+        return lMirrored;
+    }
+
+    MoxVector4& Tangent(int pSlot) const { return mTangents[pSlot]; }
+    MoxVector4& Binormal(int pSlot) const { return mBinormals[pSlot]; }
+
+private:
+    MoxVector4* mTangents = nullptr;
+    MoxVector4* mBinormals = nullptr;
+};
+
 // ---- Reading corners ----------------------------------------------------------------------------------
 
 // The direct-array index of an element's value for the corner at pPolygonVertex (polygon start +
@@ -132,14 +241,34 @@ bool TryLookupIndex(const MoxLayerElementReader<T>& pElement, int pPolygon, int6
     return pElement.TryIndex(lComponent, pIndex);
 }
 
-// The three corners of one triangle, as ComputeTangentsForTriangle takes them, with what the weld
-// compares: each corner's UV index and the direct-array index of its normal (-1: the zero normal).
-struct TriangleInput {
-    MoxVector4 mPositions[3];
-    MoxVector4 mNormals[3];
-    MoxVector2 mUVs[3];
-    int mUVIndices[3];
-    int mNormalIndices[3];
+// Triangles on their way through the batch computation of their frames, with each corner's slot (-1: no
+// record), its UV index and the direct-array index of its normal (-1: the zero normal), which the weld
+// compares.
+struct TriangleBatch {
+    detail::MoxTangentBatch mFrames;
+    int mSlots[detail::sgTangentLanes][3] = {};
+    int mUVIndices[detail::sgTangentLanes][3] = {};
+    int mNormalIndices[detail::sgTangentLanes][3] = {};
+    int mCount = 0;  // triangles gathered; the next one goes to lane mCount
+
+    // The triangle just read into lane mCount is complete; a full batch is computed and stored.
+    void Commit(const FrameSlots& pFrames)
+    {
+        if (++mCount == detail::sgTangentLanes) Flush(pFrames);
+    }
+
+    // The frames of the gathered triangles, stored in the slots of their records.
+    void Flush(const FrameSlots& pFrames)
+    {
+        if (mCount == 0) return;
+        detail::MoxComputeTangentBatch(mFrames);
+        for (int l = 0; l < mCount; ++l)
+            for (int k = 0; k < 3; ++k)
+                if (mSlots[l][k] >= 0)
+                    pFrames.Store(mSlots[l][k], mFrames.mTangents[l][k], mFrames.mBinormals[l][k], mNormalIndices[l][k],
+                                  mUVIndices[l][k]);
+        mCount = 0;
+    }
 };
 
 // Reads corners: control point, position, normal, UV index and UV, in that order, as the lookups give them.
@@ -157,21 +286,25 @@ public:
         mUVValues.Bind(pMesh.GetElementUV(mUVSetName));
     }
 
-    // Corner pPosition of polygon pPolygon into slot pSlot of pInput; false (nothing else read) when its
-    // control point is negative.
-    bool Read(int pPolygon, int pPosition, TriangleInput& pInput, int pSlot)
+    // Corner pPosition of polygon pPolygon as corner pCorner of the triangle in pBatch's next lane; false
+    // (nothing else read) when its control point is negative.
+    bool Read(int pPolygon, int pPosition, TriangleBatch& pBatch, int pCorner)
     {
         const int64_t lVertex = int64_t(mPolygons[pPolygon].mIndex) + pPosition;
         const int lControlPoint =
             lVertex >= 0 && lVertex < mVertexCount ? mVertices[lVertex] : mMesh.GetPolygonVertex(pPolygon, pPosition);
         if (lControlPoint < 0) return false;
-        // GetControlPointAt's value: the point, or zero past the control points.
-        pInput.mPositions[pSlot] = lControlPoint < mPointCount ? mPoints[lControlPoint] : MoxVector4();
-        pInput.mNormalIndices[pSlot] = ReadNormal(pPolygon, pPosition, lVertex, pInput.mNormals[pSlot]);
+        const int lLane = pBatch.mCount;
+        MoxVector4 lNormal;
+        pBatch.mNormalIndices[lLane][pCorner] = ReadNormal(pPolygon, pPosition, lVertex, lNormal);
         if (!TryLookupIndex(mUVIndices, pPolygon, lVertex, mVertices, mVertexCount, mUVIndex))
             mMesh.GetPolygonVertexLayerElementIndex(mUVIndices.GetElement(), pPolygon, pPosition, mUVIndex);
-        pInput.mUVIndices[pSlot] = mUVIndex;
-        ReadUV(pPolygon, pPosition, lVertex, pInput.mUVs[pSlot]);
+        pBatch.mUVIndices[lLane][pCorner] = mUVIndex;
+        MoxVector2 lUV;
+        ReadUV(pPolygon, pPosition, lVertex, lUV);
+        // GetControlPointAt's value: the point, or zero past the control points.
+        pBatch.mFrames.SetCorner(lLane, pCorner, lControlPoint < mPointCount ? mPoints[lControlPoint] : MoxVector4(),
+                                 lNormal, lUV);
         return true;
     }
 
@@ -337,139 +470,25 @@ private:
     int mPlaced = 0;
 };
 
-// ---- Frames and output --------------------------------------------------------------------------------
-
-// The locked tangent and binormal arrays of the target layer; either may be missing.
-struct FrameOutput {
-    MoxLayerElementArrayTemplate<MoxVector4>* mTangentArray = nullptr;
-    MoxLayerElementArrayTemplate<MoxVector4>* mBinormalArray = nullptr;
-    MoxVector4* mTangents = nullptr;
-    MoxVector4* mBinormals = nullptr;
-    int mTangentCount = 0;
-    int mBinormalCount = 0;
-
-    void Lock()
-    {
-        if (mTangentArray) {
-            mTangents = mTangentArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
-            mTangentCount = mTangents ? mTangentArray->GetCount() : 0;
-        }
-        if (mBinormalArray) {
-            mBinormals = mBinormalArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
-            mBinormalCount = mBinormals ? mBinormalArray->GetCount() : 0;
-        }
-    }
-    void Release()
-    {
-        if (mTangents) mTangentArray->Release(&mTangents);
-        if (mBinormals) mBinormalArray->Release(&mBinormals);
-    }
-    // Both arrays hold at least pCount values.
-    bool Covers(int pCount) const { return mTangentCount >= pCount && mBinormalCount >= pCount; }
-    void Write(int pPolygonVertex, const MoxVector4& pTangent, const MoxVector4& pBinormal) const
-    {
-        if (pPolygonVertex < mTangentCount) mTangents[pPolygonVertex] = pTangent;
-        if (pPolygonVertex < mBinormalCount) mBinormals[pPolygonVertex] = pBinormal;
-    }
-};
-
-// True when pElement already is what InitTangents / InitBinormals would leave of it for pCount values named
-// pName, so that only its values need writing.
-bool HasOutputShape(const MoxLayerElementTemplate<MoxVector4>* pElement, int pCount, const char* pName)
-{
-    return pElement && pElement->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
-           pElement->GetReferenceMode() == MoxLayerElement::eDirect && pElement->mIndexArray->GetCount() == 0 &&
-           pElement->mDirectArray->GetCount() == pCount && std::strcmp(pElement->GetName(), pName) == 0;
-}
-
-// The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
-// With pReuse, an element already of that shape keeps its values (the caller overwrites every one).
-FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pReuse)
-{
-    FrameOutput lOutput;
-    const MoxLayer* lLayer = pMesh.GetLayer(pLayer);
-    const int lCount = pMesh.GetPolygonVertexCount();
-    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetTangents(), lCount, pName)))
-        pMesh.InitTangents(lCount, pLayer, pName);
-    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
-    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetBinormals(), lCount, pName)))
-        pMesh.InitBinormals(lCount, pLayer, pName);
-    pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
-    lOutput.Lock();
-    return lOutput;
-}
-
-// Where the pass leaves each record's frame: a tangent and a binormal per slot, either working arrays or
-// the output's own arrays. The weld's inputs ride in the w components (see the file comment).
-class FrameSlots {
-public:
-    // Frames in pBlock, room for pSlotCount tangents and as many binormals.
-    void UseWorking(MoxVector4* pBlock, int pSlotCount)
-    {
-        mTangents = pBlock;
-        mBinormals = pBlock + pSlotCount;
-    }
-    // Frames in the output's arrays, written in place by the weld.
-    void UseOutput(const FrameOutput& pOutput)
-    {
-        mTangents = pOutput.mTangents;
-        mBinormals = pOutput.mBinormals;
-    }
-
-    // The frame of a new record, with its normal's direct-array index and its UV index.
-    void Store(int pSlot, const MoxVector4& pTangent, const MoxVector4& pBinormal, int pNormalIndex, int pUVIndex) const
-    {
-        mTangents[pSlot] = pTangent;
-        mTangents[pSlot][3] = pTangent[3] * (pNormalIndex + 2.0);
-        mBinormals[pSlot] = pBinormal;
-        mBinormals[pSlot][3] = pUVIndex;
-    }
-
-    // Takes back what Store put in the w components: the tangent's w becomes +-1.0 again (returned: true
-    // when mirrored), the binormal's 0.0.
-    bool TakeInputs(int pSlot, int& pNormalIndex, int& pUVIndex) const
-    {
-        double& lTangentW = mTangents[pSlot][3];
-        const bool lMirrored = lTangentW < 0.0;
-        pNormalIndex = static_cast<int>(std::fabs(lTangentW)) - 2;
-        lTangentW = lMirrored ? -1.0 : 1.0;
-        pUVIndex = static_cast<int>(mBinormals[pSlot][3]);
-        mBinormals[pSlot][3] = 0.0;
-        return lMirrored;
-    }
-
-    MoxVector4& Tangent(int pSlot) const { return mTangents[pSlot]; }
-    MoxVector4& Binormal(int pSlot) const { return mBinormals[pSlot]; }
-
-private:
-    MoxVector4* mTangents = nullptr;
-    MoxVector4* mBinormals = nullptr;
-};
-
 // ---- The fan pass -------------------------------------------------------------------------------------
 
 // Triangle meshes: one triangle per polygon; each corner's control point is read right after the corner.
 // False after reporting "pv >= 0".
 bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
 {
+    TriangleBatch lBatch;
     int64_t k = 0;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
-        TriangleInput lInput;
-        int lSlots[3];
         for (int j = 0; j < 3; ++j, ++k) {
-            if (!pReader.Read(p, j, lInput, j)) {
+            if (!pReader.Read(p, j, lBatch, j)) {
                 ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                 return false;
             }
-            lSlots[j] = pLists.Add(k, pReader.ControlPointAt(k));
+            lBatch.mSlots[lBatch.mCount][j] = pLists.Add(k, pReader.ControlPointAt(k));
         }
-        MoxVector4 lTangents[3];
-        MoxVector4 lBinormals[3];
-        ComputeTangentsForTriangle(lTangents, lBinormals, lInput.mPositions, lInput.mNormals, lInput.mUVs);
-        for (int j = 0; j < 3; ++j)
-            if (lSlots[j] >= 0)
-                pFrames.Store(lSlots[j], lTangents[j], lBinormals[j], lInput.mNormalIndices[j], lInput.mUVIndices[j]);
+        lBatch.Commit(pFrames);
     }
+    lBatch.Flush(pFrames);
     return true;
 }
 
@@ -477,31 +496,29 @@ bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordL
 // t + 2 from triangle t; a record goes to the running index + its position. False after "pv >= 0".
 bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
 {
+    TriangleBatch lBatch;
     int64_t k = 0;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
         const int n = pMesh.mPolygons.GetArray()[p].mSize > 0 ? pMesh.mPolygons.GetArray()[p].mSize : 0;
         for (int t = 0; t + 2 < n; ++t) {
             const int lPositions[3] = {0, t + 1, t + 2};
-            TriangleInput lInput;
             for (int c = 0; c < 3; ++c) {
-                if (!pReader.Read(p, lPositions[c], lInput, c)) {
+                if (!pReader.Read(p, lPositions[c], lBatch, c)) {
                     ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                     return false;
                 }
             }
-            MoxVector4 lTangents[3];
-            MoxVector4 lBinormals[3];
-            ComputeTangentsForTriangle(lTangents, lBinormals, lInput.mPositions, lInput.mNormals, lInput.mUVs);
-            for (int c = t == 0 ? 0 : 2; c < 3; ++c) {
+            for (int c = 0; c < 3; ++c) {
                 const int64_t lIndex = k + lPositions[c];
-                const int lSlot = pLists.Add(lIndex, pReader.ControlPointAt(lIndex));
-                if (lSlot >= 0)
-                    pFrames.Store(lSlot, lTangents[c], lBinormals[c], lInput.mNormalIndices[c], lInput.mUVIndices[c]);
+                lBatch.mSlots[lBatch.mCount][c] =
+                    c >= (t == 0 ? 0 : 2) ? pLists.Add(lIndex, pReader.ControlPointAt(lIndex)) : -1;
             }
+            lBatch.Commit(pFrames);
         }
         // A polygon of fewer than 2 vertices still moves the index by 2 (kept on purpose).
         k += n >= 2 ? n : 2;
     }
+    lBatch.Flush(pFrames);
     return true;
 }
 
