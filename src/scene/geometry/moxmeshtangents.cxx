@@ -5,11 +5,10 @@
 // triangles at a time) and every corner becomes one record. The records of one control point are then
 // welded: a record joins the group of the LATEST earlier record whose normal agrees within 1e-06 in all
 // four components, whose UV index is equal and whose handedness (tangent w) is equal unless handedness
-// is ignored; a record with no such predecessor starts a group. Each group's tangents and binormals are summed in list order,
-// normalised, given w = -1.0 when the summed w is negative and +1.0 otherwise, and written at the polygon
-// vertex of every member. The "latest earlier match" rule is what assigning groups pairwise in list order,
-// later matches overwriting earlier ones, amounts to; it is order-dependent and not transitive, and the
-// weld reproduces it exactly.
+// is ignored; a record with no such predecessor starts a group. Each group's tangents and binormals are summed in list
+// order, normalised, given w = -1.0 when the summed w is negative and +1.0 otherwise, and written at the polygon vertex
+// of every member. The "latest earlier match" rule is what assigning groups pairwise in list order, later matches
+// overwriting earlier ones, amounts to; it is order-dependent and not transitive, and the weld reproduces it exactly.
 //
 // Kept on purpose:
 // - In the fan pass a polygon of fewer than 2 vertices still moves the running polygon-vertex counter by
@@ -74,6 +73,8 @@
 #include <cstring>
 
 #include "core/base/moxcountingsort.h"
+#include "core/base/moxgridhash.h"
+#include "core/base/moxidtable.h"
 #include "core/base/moxscratch.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
@@ -574,18 +575,18 @@ public:
     // Working memory for lists of up to pLongest records; none for 0.
     explicit WeldGrid(int pLongest)
         : mKeys(pLongest > 0 ? pLongest : -1),
-          mTable(pLongest > 0 ? TableSize(pLongest) : -1),
           mCellOf(pLongest > 0 ? pLongest : -1),
           mCellStart(pLongest > 0 ? int64_t(pLongest) + 1 : -1),
           mCellItems(pLongest > 0 ? pLongest : -1),
           mCellFill(pLongest > 0 ? pLongest : -1),
-          mNeeded(pLongest > 0)
+          mNeeded(pLongest > 0),
+          mHasTable(pLongest > 0 && mTable.Init(pLongest))
     {}
 
     bool IsAllocated() const
     {
-        return !mNeeded || (mKeys.Get() && mTable.Get() && mCellOf.Get() && mCellStart.Get() && mCellItems.Get() &&
-                            mCellFill.Get());
+        return !mNeeded ||
+               (mHasTable && mKeys.Get() && mCellOf.Get() && mCellStart.Get() && mCellItems.Get() && mCellFill.Get());
     }
 
     void AssignGroups(const WeldKey* pRecords, int pCount, bool pIgnoreHandedness, int* pGroups)
@@ -601,90 +602,80 @@ public:
     }
 
 private:
+    // A cell: its UV index and flags, then per component its grid coordinate or, keyed by value, the
+    // component's bits.
     struct CellKey {
-        double mCoord[4];
-        int mUVIndex;
-        int mFlags;  // bit i: component i keyed by value; bit 4: mirrored handedness
+        static constexpr int sgWords = 5;
+        uint64_t mWords[sgWords];
     };
+    static constexpr uint64_t sgMirrored = uint64_t(1) << 36;  // flag: mirrored handedness
+    static constexpr int sgValueKeyedShift = 32;               // flag bits 32 .. 35: component keyed by value
 
     static constexpr double sgCellScale = 262144.0;        // 2^18 cells per unit
     static constexpr double sgValueKeyed = 17179869184.0;  // 2^34
-
-    // Open-addressing table size for pCount entries: a power of two at least twice pCount.
-    static int64_t TableSize(int pCount)
-    {
-        int64_t lSize = 2;
-        while (lSize < 2 * int64_t(pCount)) lSize *= 2;
-        return lSize;
-    }
 
     // The key of pRecord's cell and, per component, the neighbour (-1, 0, +1) that may hold a partner.
     // False for a normal that welds to nothing.
     bool MakeKey(const WeldKey& pRecord, CellKey& pKey, int* pSides) const
     {
-        pKey.mUVIndex = pRecord.mUVIndex;
-        pKey.mFlags = !mIgnoreHandedness && pRecord.mMirrored ? 16 : 0;
+        uint64_t lFlags = !mIgnoreHandedness && pRecord.mMirrored ? sgMirrored : 0;
         for (int i = 0; i < 4; ++i) {
             const double lValue = pRecord.mNormal[i];
             if (!std::isfinite(lValue)) return false;
             pSides[i] = 0;
             if (std::fabs(lValue) >= sgValueKeyed) {
-                pKey.mCoord[i] = lValue;
-                pKey.mFlags |= 1 << i;
+                std::memcpy(&pKey.mWords[1 + i], &lValue, sizeof(lValue));
+                lFlags |= uint64_t(1) << (sgValueKeyedShift + i);
                 continue;
             }
+            // Cells centred on multiples of their width: exact values such as 0 and 1 lie mid-cell.
             const double lScaled = lValue * sgCellScale + 0.5;
-            const double lCell = std::floor(lScaled);
-            const double lOffset = lScaled - lCell;
+            const int64_t lCell = MoxGridCoordinate(lScaled, 1.0);
+            const double lOffset = lScaled - double(lCell);
             pSides[i] = lOffset < 0.3 ? -1 : (lOffset > 0.7 ? 1 : 0);
-            pKey.mCoord[i] = lCell + 0.0;  // no -0.0 in keys
+            pKey.mWords[1 + i] = uint64_t(lCell);
         }
+        pKey.mWords[0] = uint64_t(uint32_t(pRecord.mUVIndex)) | lFlags;
         return true;
     }
 
     static uint64_t Hash(const CellKey& pKey)
     {
-        uint64_t lHash = (uint64_t(uint32_t(pKey.mUVIndex)) << 8 | uint64_t(pKey.mFlags)) * 0x9E3779B97F4A7C15ull;
-        for (double lCoord : pKey.mCoord) {
-            uint64_t lBits = 0;
-            std::memcpy(&lBits, &lCoord, sizeof(lBits));
-            lHash = (lHash ^ lBits) * 0xFF51AFD7ED558CCDull;
-            lHash ^= lHash >> 32;
-        }
-        return lHash;
+        return MoxGridCellHash(MoxGridLinearHash(pKey.mWords, CellKey::sgWords));
     }
 
     static bool SameKey(const CellKey& pA, const CellKey& pB)
     {
-        return pA.mUVIndex == pB.mUVIndex && pA.mFlags == pB.mFlags && pA.mCoord[0] == pB.mCoord[0] &&
-               pA.mCoord[1] == pB.mCoord[1] && pA.mCoord[2] == pB.mCoord[2] && pA.mCoord[3] == pB.mCoord[3];
+        return std::memcmp(pA.mWords, pB.mWords, sizeof(pA.mWords)) == 0;
     }
 
-    // The cell of pKey, added when pInsert; -1 when absent.
-    int FindCell(const CellKey& pKey, bool pInsert)
+    // The cell of pKey; -1 when absent.
+    int FindCell(const CellKey& pKey) const
     {
-        for (uint64_t h = Hash(pKey) & mMask;; h = (h + 1) & mMask) {
-            const int lCell = mTable[h];
-            if (lCell >= 0 && SameKey(mKeys[lCell], pKey)) return lCell;
-            if (lCell >= 0) continue;
-            if (!pInsert) return -1;
-            mKeys[mCellCount] = pKey;
-            mTable[h] = mCellCount;
-            return mCellCount++;
-        }
+        return mTable.Find(Hash(pKey), [this, &pKey](int pCell) { return SameKey(mKeys[pCell], pKey); });
+    }
+
+    // The cell of pKey, added as the next cell when absent.
+    int AddCell(const CellKey& pKey)
+    {
+        mKeys[mCellCount] = pKey;
+        const int lCell = mTable.FindOrAdd(
+            Hash(pKey), mCellCount, [this, &pKey](int pCell) { return SameKey(mKeys[pCell], pKey); },
+            [this](int pCell) { return Hash(mKeys[pCell]); });
+        if (lCell == mCellCount) ++mCellCount;
+        return lCell;
     }
 
     // Cell of every entry, and every cell's entries in list order (counting sort by cell).
     void BucketByCell(int pCount)
     {
-        const int64_t lSize = TableSize(pCount);
-        mMask = uint64_t(lSize) - 1;
-        std::memset(mTable.Get(), 0xFF, size_t(lSize) * sizeof(int));
+        // Within the room the constructor made: no allocation, and no growth while adding.
+        mTable.Reset(pCount);
         mCellCount = 0;
         for (int j = 0; j < pCount; ++j) {
             CellKey lKey;
             int lSides[4];
-            mCellOf[j] = MakeKey(mRecords[j], lKey, lSides) ? FindCell(lKey, true) : -1;
+            mCellOf[j] = MakeKey(mRecords[j], lKey, lSides) ? AddCell(lKey) : -1;
         }
         detail::MoxGroupByKey(mCellOf.Get(), pCount, mCellCount, mCellStart.Get(), mCellItems.Get());
         std::memset(mCellFill.Get(), 0, size_t(mCellCount) * sizeof(int));
@@ -701,7 +692,7 @@ private:
     }
 
     // Latest earlier entry that entry pEntry welds to, or -1: its own cell first, then its neighbours.
-    int FindLatestPartner(int pEntry)
+    int FindLatestPartner(int pEntry) const
     {
         CellKey lKey{};
         int lSides[4] = {0, 0, 0, 0};
@@ -714,21 +705,21 @@ private:
         for (int lMask = 1; lMask < (1 << lAxisCount); ++lMask) {
             CellKey lNeighbour = lKey;
             for (int a = 0; a < lAxisCount; ++a)
-                if (lMask & (1 << a)) lNeighbour.mCoord[lAxes[a]] += lSides[lAxes[a]];
-            const int lCell = FindCell(lNeighbour, false);
+                if (lMask & (1 << a)) lNeighbour.mWords[1 + lAxes[a]] += uint64_t(int64_t(lSides[lAxes[a]]));
+            const int lCell = FindCell(lNeighbour);
             if (lCell >= 0) lBest = ScanCell(lCell, pEntry, lBest);
         }
         return lBest;
     }
 
     MoxScratch<CellKey> mKeys;
-    MoxScratch<int> mTable;
     MoxScratch<int> mCellOf;
     MoxScratch<int> mCellStart;
     MoxScratch<int> mCellItems;
     MoxScratch<int> mCellFill;  // per cell: entries already passed (while assigning)
     bool mNeeded;
-    uint64_t mMask = 0;
+    MoxIdTable mTable;  // cells by key
+    bool mHasTable;
     int mCellCount = 0;
     const WeldKey* mRecords = nullptr;
     bool mIgnoreHandedness = false;
