@@ -951,6 +951,38 @@ TEST(MoxMeshMergeList, MatchesTheClosedFormAcrossCellBordersAndExtremes)
     }
 }
 
+// More distinct positions than the list keeps in its cache of recent ones, then copies of them met again
+// in the order the positions came (as a split mesh appends its copies), in reverse and shuffled, with
+// non-finite points between: every copy takes the first point at its position.
+TEST(MoxMeshMergeList, CopiesMetLongAfterTheirPositionTakeTheFirstPoint)
+{
+    std::vector<MoxVector4> lPositions;
+    for (int i = 0; i < 40000; ++i)
+        lPositions.push_back(MoxVector4(i % 40 * 0.001, i / 40 % 40 * 0.001, i / 1600 * 0.001));
+    std::vector<int> lOrder(lPositions.size());
+    for (size_t i = 0; i < lOrder.size(); ++i) lOrder[i] = int(i);
+    std::vector<MoxVector4> lPoints = lPositions;
+    std::vector<int> lExpected = lOrder;
+    std::mt19937 lRandom(7);
+    for (int lPass = 0; lPass < 3; ++lPass) {
+        if (lPass == 1) std::reverse(lOrder.begin(), lOrder.end());
+        if (lPass == 2) std::shuffle(lOrder.begin(), lOrder.end(), lRandom);
+        for (size_t k = 0; k < lOrder.size(); ++k) {
+            lPoints.push_back(lPositions[size_t(lOrder[k])]);
+            lExpected.push_back(lOrder[k]);
+            if (k % 1000 == 0) {
+                lPoints.push_back(MoxVector4(std::numeric_limits<double>::quiet_NaN(), 0, 0));
+                lExpected.push_back(int(lExpected.size()));
+            }
+        }
+    }
+    moxtest::ManagerScope lScope;
+    MoxMesh* lMesh = MeshWithPoints(lScope, lPoints);
+    MoxArray<int> lList;
+    EXPECT_TRUE(lMesh->BuildMergeList(lList));
+    EXPECT_EQ(ToVector(lList), lExpected);
+}
+
 // ---- MergePointsForPolygonVerteNormals -----------------------------------------------------------------
 
 TEST(MoxMeshMerge, IdentityListRemovesNothingAndKeepsTheMapping)
