@@ -460,6 +460,7 @@ TEST(MoxMeshMerge, TargetShapesAreTruncatedWithTheFirstShapesValues)
 
 TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
 {
+    int lTopologiesKept = 0;
     for (unsigned lSeed = 1; lSeed <= 400; ++lSeed) {
         moxtest::ManagerScope lScope;
         MoxMesh* lFast = RandomScenario(lScope, lSeed, sgUV0);
@@ -474,6 +475,7 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
         MoxArray<int> lList;
         const int n = lFast->GetControlPointsCount();
         const int lListKind = int(lSeed % 6);
+        const bool lWellFormed = lFast->IsWellFormed();
         if (lListKind <= 2) {
             lFast->BuildMergeList(lList);
         } else if (lListKind == 3) {  // any entries, also forward and out of range
@@ -484,6 +486,13 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
         } else {
             for (int i = 0; i < n; ++i) lList.Add(i);
         }
+        const std::string lContext = "seed " + std::to_string(lSeed);
+        // Building the list changes nothing; merging by it keeps the topology of a split mesh.
+        if (lWellFormed) {
+            EXPECT_TRUE(lFast->IsWellFormed()) << lContext;
+        }
+        const bool lKeepsTopology = lListKind != 3 && HasOnePolygonVertexPerControlPoint(*lFast);
+        lTopologiesKept += lKeepsTopology;
         MoxArray<int> lPlainList(lList);
         std::vector<std::string> lFastReports, lPlainReports;
         {
@@ -496,10 +505,13 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
             moxoracle::MergePoints(*lPlain, lPlainList);
             lPlainReports = AllReports(lReports);
         }
-        const std::string lContext = "seed " + std::to_string(lSeed);
         EXPECT_EQ(lFastReports, lPlainReports) << lContext;
         ExpectSameState(Capture(*lFast), Capture(*lPlain), lContext);
+        if (lKeepsTopology) {
+            EXPECT_TRUE(lFast->HasWellFormedTopology()) << lContext;
+        }
         if (HasFailure()) return;
     }
+    EXPECT_GT(lTopologiesKept, 150);
 }
 }  // namespace

@@ -431,11 +431,14 @@ TEST(MoxMeshSplit, BlendShapeReportsMissingAndMismatchedNormals)
 TEST(MoxMeshSplitOracle, SplitMatchesThePlainAlgorithmOnRandomMeshes)
 {
     int lSplits = 0;
+    int lWellFormedTopologies = 0;
     for (unsigned lSeed = 1; lSeed <= 400; ++lSeed) {
         const MoxLayerElement::EType lType = lSeed % 5 == 0 ? MoxLayerElement::eTextureChannel1 : sgUV0;
         moxtest::ManagerScope lScope;
         MoxMesh* lFast = RandomScenario(lScope, lSeed, lType);
         MoxMesh* lPlain = RandomScenario(lScope, lSeed, lType);
+        // The split keeps a well-formed topology; elements mapped by control point stay as they were.
+        const bool lTopology = lFast->HasWellFormedTopology();
         bool lFastResult, lPlainResult;
         std::vector<std::string> lFastReports, lPlainReports;
         {
@@ -452,10 +455,15 @@ TEST(MoxMeshSplitOracle, SplitMatchesThePlainAlgorithmOnRandomMeshes)
         ASSERT_EQ(lFastResult, lPlainResult) << lContext;
         EXPECT_EQ(lFastReports, lPlainReports) << lContext;
         ExpectSameState(Capture(*lFast), Capture(*lPlain), lContext);
+        if (lTopology) {
+            EXPECT_TRUE(lFast->HasWellFormedTopology()) << lContext;
+        }
+        lWellFormedTopologies += lTopology;
         lSplits += lFastResult;
         if (HasFailure()) return;
     }
     EXPECT_GT(lSplits, 200);
+    EXPECT_GT(lWellFormedTopologies, 200);
 }
 
 // ---- Round trip -------------------------------------------------------------------------------------------
@@ -485,12 +493,15 @@ TEST(MoxMeshSplit, SplitThenMergeRestoresLargerMeshes)
         const std::vector<MoxVector4> lPoints = Points(*lMesh);
         const std::vector<int> lVertices = ToVector(lMesh->mPolygonVertices);
         const std::vector<int> lEdges = ToVector(lMesh->mEdgeArray);
+        ASSERT_TRUE(lMesh->IsWellFormed()) << lRun;
 
         ASSERT_TRUE(lMesh->SplitPoints());
         EXPECT_EQ(lMesh->GetMeshEdgeCount(), lVertexCount);
+        EXPECT_TRUE(HasOnePolygonVertexPerControlPoint(*lMesh)) << lRun;
         MoxArray<int> lList;
         lMesh->BuildMergeList(lList);
         lMesh->MergePointsForPolygonVerteNormals(lList);
+        EXPECT_TRUE(lMesh->HasWellFormedTopology()) << lRun;
 
         EXPECT_EQ(Points(*lMesh), lPoints) << lRun;
         EXPECT_EQ(ToVector(lMesh->mPolygonVertices), lVertices) << lRun;

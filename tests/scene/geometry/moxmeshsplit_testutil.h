@@ -310,6 +310,23 @@ inline MoxShape* AddShape(moxtest::ManagerScope& pScope, MoxMesh& pMesh, MoxBlen
     return lShape;
 }
 
+// ---- What split and merge promise to keep -----------------------------------------------------------------
+
+// Whether no control point is used by two polygon vertices (as after a split): on such a mesh of
+// well-formed topology, a merge by a list that BuildMergeList made keeps the topology well-formed. On
+// meshes with shared points it promises nothing (it rewrites only a point's first polygon vertex).
+inline bool HasOnePolygonVertexPerControlPoint(const MoxMesh& pMesh)
+{
+    if (!pMesh.HasWellFormedTopology()) return false;
+    std::vector<bool> lUsed(size_t(pMesh.GetControlPointsCount()), false);
+    for (int k = 0; k < pMesh.mPolygonVertices.GetCount(); ++k) {
+        const size_t lPoint = size_t(pMesh.mPolygonVertices[k]);
+        if (lUsed[lPoint]) return false;
+        lUsed[lPoint] = true;
+    }
+    return true;
+}
+
 // ---- Random scenarios of the oracle comparisons ----------------------------------------------------------
 
 // Random layer content, edges and deformers, drawn from pRandom; the same seed gives the same mesh.
