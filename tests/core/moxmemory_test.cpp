@@ -1,9 +1,12 @@
 #include "moxsdk/core/moxmemory.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 #include "moxsdk/core/math/moxvector4.h"
@@ -83,6 +86,169 @@ TEST(MoxMemory, DefaultLargeBlocksAreAligned)
     ASSERT_NE(lZeroed, nullptr);
     EXPECT_EQ(static_cast<unsigned char*>(lZeroed)[lSize - 1], 0);
     MoxFree(lZeroed);
+}
+
+// The size that the default handlers count for a large block: its whole 2 MiB pages (the C library may
+// give up to 2 MiB more than asked for when it aligns a block).
+size_t KeptSizeOf(void* pBlock)
+{
+    return malloc_usable_size(pBlock) & ~((size_t(2) << 20) - 1);
+}
+
+// A freed large block of the default handlers serves the next large request that it fits closely
+// (at most 2 MiB and an eighth larger); a kept block handed out by MoxCalloc is zeroed; a large block
+// grows in place up to its whole 2 MiB pages.
+TEST(MoxMemory, DefaultLargeBlocksAreKeptForReuse)
+{
+    constexpr size_t lSize = (size_t(13) << 20) + 5;
+    MoxReleaseKeptMemory();
+    auto* lBlock = static_cast<unsigned char*>(MoxMalloc(lSize));
+    ASSERT_NE(lBlock, nullptr);
+    std::memset(lBlock, 0xab, lSize);
+    EXPECT_EQ(MoxRealloc(lBlock, size_t(14) << 20), lBlock);
+    const size_t lKept = KeptSizeOf(lBlock);
+    MoxFree(lBlock);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
+    void* lAgain = MoxMalloc(lSize - 100);
+    EXPECT_EQ(lAgain, lBlock);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    MoxFree(lAgain);
+    auto* lZeroed = static_cast<unsigned char*>(MoxCalloc(lSize, 1));
+    ASSERT_EQ(lZeroed, lBlock);
+    EXPECT_EQ(lZeroed[0], 0);
+    EXPECT_EQ(lZeroed[lSize / 2], 0);
+    EXPECT_EQ(lZeroed[lSize - 1], 0);
+    MoxFree(lZeroed);
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+}
+
+// A block of 14 MiB (16 with the C library's slack) serves 13 MiB (whole pages 14, plus 2 and an eighth:
+// 17.625), not 8 MiB (8 + 2 + 1 = 11): a request that no kept block serves gets a fresh block.
+TEST(MoxMemory, KeptBlocksServeOnlyRequestsTheyFitClosely)
+{
+    constexpr size_t lMiB = size_t(1) << 20;
+    MoxFree(MoxMalloc(64 * lMiB));
+    MoxReleaseKeptMemory();  // the large blocks have taken 64 MiB at once: 8 MiB and 14 kept stay below
+    void* lBlock = MoxMalloc(14 * lMiB);
+    MoxFree(lBlock);
+    void* lSmaller = MoxMalloc(8 * lMiB);
+    EXPECT_NE(lSmaller, lBlock);
+    void* lClose = MoxMalloc(13 * lMiB);
+    EXPECT_EQ(lClose, lBlock);
+    MoxFree(lClose);
+    MoxFree(lSmaller);
+    MoxReleaseKeptMemory();
+}
+
+// A fresh block beyond the most that the large blocks in use and kept ever took gives back the kept
+// blocks first: freeing and allocating ever larger tables keeps nothing at the peak.
+TEST(MoxMemory, KeptBlocksNeverRaiseThePeak)
+{
+    MoxReleaseKeptMemory();
+    void* lBlock = MoxMalloc(size_t(40) << 20);
+    const size_t lKept = KeptSizeOf(lBlock);
+    MoxFree(lBlock);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
+    // More than the other tests ever hold at once; never touched: address space only.
+    void* lLarger = MoxMalloc(size_t(1) << 30);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    MoxFree(lLarger);  // larger than all that is kept at most: given back
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+}
+
+// At most 16 blocks and 512 MiB are kept, the oldest given back first; MoxReleaseKeptMemory gives all back.
+TEST(MoxMemory, KeptBlocksAreBounded)
+{
+    constexpr size_t lMiB = size_t(1) << 20;
+    MoxReleaseKeptMemory();
+    std::vector<void*> lBlocks;
+    size_t lLastSixteen = 0;
+    for (int i = 0; i < 18; ++i) {
+        lBlocks.push_back(MoxMalloc(4 * lMiB));
+        if (i >= 2) lLastSixteen += KeptSizeOf(lBlocks.back());
+    }
+    for (void* lBlock : lBlocks) MoxFree(lBlock);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lLastSixteen);
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+
+    void* lFirst = MoxMalloc(200 * lMiB);
+    void* lSecond = MoxMalloc(200 * lMiB);
+    void* lThird = MoxMalloc(200 * lMiB);
+    const size_t lSecondSize = KeptSizeOf(lSecond);
+    const size_t lThirdSize = KeptSizeOf(lThird);
+    MoxFree(lFirst);
+    MoxFree(lSecond);
+    MoxFree(lThird);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lSecondSize + lThirdSize);  // the first block given back
+    void* lAgain = MoxMalloc(200 * lMiB);
+    EXPECT_EQ(lAgain, lThirdSize < lSecondSize ? lThird : lSecond);  // the smaller, else the older
+    MoxFree(lAgain);
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    MoxFree(MoxMalloc(520 * lMiB));  // larger than all that is kept at most
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+}
+
+void* sgReplacedBlock = nullptr;
+void* ReplacedMalloc(size_t pSize)
+{
+    sgReplacedBlock = std::malloc(pSize);
+    return sgReplacedBlock;
+}
+int sgReplacedFrees = 0;
+void ReplacedFree(void* pData)
+{
+    ++sgReplacedFrees;
+    std::free(pData);
+}
+
+TEST(MoxMemory, ReplacedHandlersBypassKeptBlocks)
+{
+    MoxReleaseKeptMemory();
+    void* lFirst = MoxMalloc(size_t(8) << 20);
+    const size_t lKept = KeptSizeOf(lFirst);
+    MoxFree(lFirst);
+    MoxSetMallocHandler(&ReplacedMalloc);
+    MoxSetFreeHandler(&ReplacedFree);
+    sgReplacedFrees = 0;
+    void* lBlock = MoxMalloc(size_t(8) << 20);
+    EXPECT_EQ(lBlock, sgReplacedBlock);
+    MoxFree(lBlock);
+    MoxSetMallocHandler(nullptr);
+    MoxSetFreeHandler(nullptr);
+    EXPECT_EQ(sgReplacedFrees, 1);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
+    MoxReleaseKeptMemory();
+}
+
+// Threads allocating, filling, checking and freeing large blocks of several sizes at once each get a
+// block of their own: no block is handed out twice, and no more blocks are kept than were in use at once.
+TEST(MoxMemory, KeptBlocksAreThreadSafe)
+{
+    MoxReleaseKeptMemory();
+    std::vector<std::thread> lThreads;
+    std::vector<int> lBad(4, 0);
+    for (int t = 0; t < 4; ++t)
+        lThreads.emplace_back([t, &lBad] {
+            const size_t lSize = size_t(4 + 4 * (t % 2)) << 20;  // no block of one size fits the other
+            for (int i = 0; i < 50; ++i) {
+                auto* lBlock = static_cast<unsigned char*>(MoxMalloc(lSize));
+                if (!lBlock) {
+                    ++lBad[t];
+                    continue;
+                }
+                std::memset(lBlock, t + 1, lSize);
+                if (lBlock[0] != t + 1 || lBlock[lSize - 1] != t + 1) ++lBad[t];
+                MoxFree(lBlock);
+            }
+        });
+    for (std::thread& lThread : lThreads) lThread.join();
+    EXPECT_EQ(lBad, (std::vector<int>{0, 0, 0, 0}));
+    EXPECT_LE(MoxGetKeptMemorySize(), size_t(32) << 20);  // a block a thread at most, of up to 2 MiB more
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
 struct Counted {

@@ -230,9 +230,9 @@ void CornerTable::SortHighValence()
         uint64_t* lKeys = mByNeighbour.Get() + 2 * int64_t(lOffsets[c]);
         for (int k = 0; k < lCount; ++k) {
             const Corner& lCorner = lCorners[lOffsets[c] + k];
-            lKeys[2 * k] = NeighbourKey(lCorner.mNext, k);
+            lKeys[2 * int64_t(k)] = NeighbourKey(lCorner.mNext, k);
             // -1 names no control point, so it never matches.
-            lKeys[2 * k + 1] = NeighbourKey(lCorner.mPrevious == lCorner.mNext ? -1 : lCorner.mPrevious, k);
+            lKeys[2 * int64_t(k) + 1] = NeighbourKey(lCorner.mPrevious == lCorner.mNext ? -1 : lCorner.mPrevious, k);
         }
         std::sort(lKeys, lKeys + 2 * int64_t(lCount));
     }
@@ -257,6 +257,37 @@ void CornerTable::ForEachPolygon(int pStart, int pEnd, VISIT pVisit) const
          ++lKey)
         if (!pVisit(lCorners[static_cast<uint32_t>(*lKey)].mPolygon)) return;
 }
+
+// Fills both component maps edge by edge, in edge order: a polygon met at an edge is appended to the
+// edge's polygons (their array grown when the estimate falls short) and the edge to the polygon's edges.
+class MapFiller {
+public:
+    MapFiller(MoxMesh::ComponentMap& pEdgeToPolygons, MoxMesh::ComponentMap& pPolygonToEdges, int* pFill,
+              int pPolygonCount)
+        : mEdgeToPolygons(pEdgeToPolygons), mPolygonToEdges(pPolygonToEdges), mFill(pFill), mPolygonCount(pPolygonCount)
+    {}
+
+    // Adds pPolygon to edge pEdge, the current one; false when the edge's polygons could not grow.
+    bool Add(int pEdge, int pPolygon)
+    {
+        MoxArray<int>& lPolygons = mEdgeToPolygons.mData;
+        if (mCount >= lPolygons.GetCount() && !lPolygons.Grow(std::max(lPolygons.GetCount(), 1))) return false;
+        lPolygons.GetArray()[mCount++] = pPolygon;
+        if (pPolygon >= 0 && pPolygon < mPolygonCount)
+            mPolygonToEdges.mData[mPolygonToEdges.mOffsets[pPolygon] + mFill[pPolygon]++] = pEdge;
+        return true;
+    }
+
+    // The polygons added so far: the end of the current edge's run.
+    int Count() const { return mCount; }
+
+private:
+    MoxMesh::ComponentMap& mEdgeToPolygons;
+    MoxMesh::ComponentMap& mPolygonToEdges;
+    int* mFill;
+    int mPolygonCount;
+    int mCount = 0;
+};
 
 }  // namespace
 
@@ -321,7 +352,7 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
 
     const int lControlPointCount = GetControlPointsCount();
     int* lEdgeOffsets = pEdgeToPolygons.mOffsets.GetArray();
-    int k = 0;
+    MapFiller lFiller(pEdgeToPolygons, pPolygonToEdges, lFill.Get(), lPolygonCount);
     lEdgeOffsets[0] = 0;
     for (int i = 0; i < lEdgeCount; ++i) {
         int lV1 = -1;
@@ -341,14 +372,7 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
         }
         if (lNew == MoxInt64Set::ePresent) continue;
         // The polygons with the edge at a corner of its start, in the order of the start's corners.
-        const auto lAdd = [&](int pPolygon) {
-            MoxArray<int>& lPolygons = pEdgeToPolygons.mData;
-            if (k >= lPolygons.GetCount() && !lPolygons.Grow(std::max(lPolygons.GetCount(), 1))) return false;
-            lPolygons.GetArray()[k++] = pPolygon;
-            if (pPolygon >= 0 && pPolygon < lPolygonCount)
-                pPolygonToEdges.mData[pPolygonToEdges.mOffsets[pPolygon] + lFill[pPolygon]++] = i;
-            return true;
-        };
+        const auto lAdd = [&lFiller, i](int pPolygon) { return lFiller.Add(i, pPolygon); };
         if (lOwnTable) {
             lCorners.ForEachPolygon(lV1, lV2, lAdd);
         } else {
@@ -357,7 +381,7 @@ void MoxMesh::ComputeComponentMaps(ComponentMap& pEdgeToPolygons, ComponentMap& 
                 if (CornerHasEdge(*this, lCorner, lV1, lV2) && !lAdd(lCorner.mFirst)) break;
             }
         }
-        lEdgeOffsets[i + 1] = k;
+        lEdgeOffsets[i + 1] = lFiller.Count();
     }
     EndAddMeshEdgeIndex();
 }

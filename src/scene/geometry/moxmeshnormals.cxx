@@ -80,10 +80,10 @@ int ClampedControlPoint(const MoxMesh& pMesh, int pPolygonVertex, int pCount)
     return static_cast<unsigned int>(lValue) < static_cast<unsigned int>(pCount) ? lValue : pCount - 1;
 }
 
-// Control point pIndex, or the zero point outside the list.
+// Control point pIndex, or the zero point outside the list (or without one).
 const MoxVector4& PointOrZero(const MoxVector4* pPoints, int pPointCount, int pPoint)
 {
-    return IsBelow(pPoint, pPointCount) ? pPoints[pPoint] : sgZeroPoint;
+    return pPoints && IsBelow(pPoint, pPointCount) ? pPoints[pPoint] : sgZeroPoint;
 }
 
 // The control points around one polygon, read as GetPolygonVertex reads them: straight from

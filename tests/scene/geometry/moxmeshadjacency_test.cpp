@@ -330,7 +330,9 @@ TEST(MoxMeshComponentMaps, CallersMapAfterPolygonEditsMatchesThePlainWalk)
         const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh, lMap);
         const std::vector<std::string> lExpectedReports = lCapture.Messages();
         lCapture.Clear();
-        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] {
+            lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        })) << lSeed;
         ASSERT_NO_FATAL_FAILURE(ExpectOracleMaps(lExpected, lEdgeToPolygons, lPolygonToEdges)) << lSeed;
         // The oracle counts the maps' own reports rather than making them; the array reports are compared.
         std::vector<std::string> lArrayReports;
@@ -366,7 +368,9 @@ TEST(MoxMeshComponentMaps, MatchThePlainWalkOnRandomMeshes)
         moxtest::ReportCapture lCapture;
         const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh);
         lCapture.Clear();
-        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] {
+            lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        })) << lSeed;
         ASSERT_NO_FATAL_FAILURE(ExpectOracleMaps(lExpected, lEdgeToPolygons, lPolygonToEdges)) << lSeed;
         int lOutOfRange = 0;
         int lStart = 0;
@@ -418,7 +422,9 @@ TEST(MoxMeshComponentMaps, PlainPolygonsWithoutCallersMapMatchThePlainWalk)
         const moxoracle::ComponentMaps lExpected = moxoracle::ComputeComponentMaps(*lMesh);
         const std::vector<std::string> lExpectedReports = lCapture.Messages();
         lCapture.Clear();
-        lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] {
+            lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
+        })) << lSeed;
         ASSERT_NO_FATAL_FAILURE(ExpectOracleMaps(lExpected, lEdgeToPolygons, lPolygonToEdges)) << lSeed;
         ASSERT_EQ(lCapture.Messages(), lExpectedReports) << lSeed;
         ASSERT_FALSE(lMesh->mV2PVMap.mValid);

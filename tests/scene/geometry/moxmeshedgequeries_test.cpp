@@ -561,7 +561,7 @@ TEST(MoxMeshEdgeOracle, CachedEdgeForSideMatchesTheWalkOverEveryCorner)
         MakeOracleMesh(*lMesh, lSeed);
         lMesh->BuildMeshEdgeArray();
         const moxoracle::V2PV lOracle = moxoracle::BuildV2PV(*lMesh);
-        lMesh->BeginGetMeshEdgeIndexForPolygon();
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] { lMesh->BeginGetMeshEdgeIndexForPolygon(); })) << lSeed;
         if (lMesh->mV2PVMap.mPVToEdge.GetCount() == 0) {
             lMesh->EndGetMeshEdgeIndexForPolygon();
             continue;
@@ -577,7 +577,11 @@ TEST(MoxMeshEdgeOracle, CachedEdgeForSideMatchesTheWalkOverEveryCorner)
                     moxoracle::MapEdgeForSide(*lMesh, lOracle, lMesh->mV2PVMap.mPVToEdge, lStart, lEnd);
                 const std::vector<std::string> lExpectedReports = Messages(lCapture);
                 lCapture.Clear();
-                ASSERT_EQ(lMesh->GetMeshEdgeIndexForPolygon(p, i), lExpected) << lSeed << " " << p << " " << i;
+                int lResult = -2;
+                ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] {
+                    lResult = lMesh->GetMeshEdgeIndexForPolygon(p, i);
+                })) << lSeed;
+                ASSERT_EQ(lResult, lExpected) << lSeed << " " << p << " " << i;
                 ASSERT_EQ(Messages(lCapture), lExpectedReports) << lSeed;
             }
         }

@@ -221,7 +221,7 @@ TEST(MoxMeshEdgeTable, MatchesTheMultimapWalkOnRandomMeshes)
         MakeOracleMesh(*lMesh, lSeed);
         moxtest::ReportCapture lCapture;
         const std::vector<int> lExpected = moxoracle::EdgeTableWalk(*lMesh);
-        lMesh->BuildMeshEdgeArray();
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] { lMesh->BuildMeshEdgeArray(); })) << "seed " << lSeed;
         ASSERT_EQ(Values(lMesh->mEdgeArray), lExpected) << "seed " << lSeed;
         ASSERT_EQ(lCapture.Count(), 0u) << "seed " << lSeed;
     }
@@ -502,7 +502,7 @@ TEST(MoxMeshEdgeOracle, PVToEdgeMatchesTheLinearSearch)
         int lMissing = 0;
         moxtest::ReportCapture lCapture;
         const std::vector<int> lExpected = moxoracle::PVToEdge(*lMesh, &lMissing);
-        lMesh->BeginGetMeshEdgeIndexForPolygon();
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] { lMesh->BeginGetMeshEdgeIndexForPolygon(); })) << lSeed;
         ASSERT_EQ(Values(lMesh->mV2PVMap.mPVToEdge), lExpected) << "seed " << lSeed;
         int lReported = 0;
         for (const moxtest::Report& lReport : lCapture.Reports())
@@ -522,7 +522,7 @@ TEST(MoxMeshEdgeOracle, MapMatchesTheCountingSort)
         if (lSeed % 2) lMesh->AddMeshEdgeIndex(0, 1, false);
         const moxoracle::V2PV lExpected = moxoracle::BuildV2PV(*lMesh);
         moxtest::ReportCapture lCapture;
-        lMesh->BeginAddMeshEdgeIndex();
+        ASSERT_TRUE(moxoracle::KeepsWellFormed(*lMesh, [&] { lMesh->BeginAddMeshEdgeIndex(); })) << lSeed;
         const MoxMesh::V2PVMap& lMap = lMesh->mV2PVMap;
         const size_t n = lExpected.mCount.size();
         ASSERT_TRUE(lMap.mValid);

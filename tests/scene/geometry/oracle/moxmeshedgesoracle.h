@@ -31,6 +31,16 @@ inline int Vertex(const MoxMesh& pMesh, int64_t pPosition)
     return pMesh.mPolygonVertices[At(pPosition)];
 }
 
+// Runs pOperation and tells whether pMesh, well-formed before it, is well-formed after it (an edge
+// operation writes only edges, each naming a polygon vertex); true for a mesh that was not.
+template <class OPERATION>
+bool KeepsWellFormed(MoxMesh& pMesh, OPERATION pOperation)
+{
+    const bool lBefore = pMesh.IsWellFormed();
+    pOperation();
+    return !lBefore || pMesh.IsWellFormed();
+}
+
 // ---- The edge-table walk --------------------------------------------------------------------------
 
 // The polygon vertices handed to the fill function, in order: the walk with a multimap from start control
