@@ -8,6 +8,8 @@
 #include <cstring>
 #include <mutex>
 
+#include "core/base/moxsanitizer.h"
+
 #if defined(__linux__)
 #include <sys/mman.h>
 #endif
@@ -221,11 +223,12 @@ void* DefaultCalloc(size_t pCount, size_t pSize)
     return lBlock;
 }
 
-// The C library's free; a large block is kept.
+// The C library's free; a large block is kept (not under AddressSanitizer, which must see a use after
+// free of it).
 void DefaultFree(void* pData)
 {
     const size_t lSize = pData ? malloc_usable_size(pData) : 0;
-    if (IsLarge(pData, lSize) && Large().Keep(pData, HugePagesIn(lSize))) return;
+    if (!sgAddressSanitizer && IsLarge(pData, lSize) && Large().Keep(pData, HugePagesIn(lSize))) return;
     std::free(pData);
 }
 

@@ -43,6 +43,7 @@ size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 //   of the large blocks, and a process whose memory only grows keeps nothing at its peak;
 // - at most 16 blocks and 512 MiB are kept, the oldest given back first;
 // - replaced handlers bypass all of this (blocks freed by a replaced free handler are not kept).
+// - builds under AddressSanitizer keep nothing, so that it sees every use after free.
 // A host that allocates much memory of its own after the library's operations, or that is done with
 // large meshes, calls MoxReleaseKeptMemory.
 void MoxSetMallocHandler(MoxMallocProc pHandler);
