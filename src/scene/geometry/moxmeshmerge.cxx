@@ -22,6 +22,7 @@
 
 #include "core/base/moxgridhash.h"
 #include "core/base/moxidtable.h"
+#include "core/base/moxprefetch.h"
 #include "core/base/moxscratch.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
@@ -109,11 +110,28 @@ public:
         const MoxVector4& lPoint = mPoints[pPoint];
         if (!IsFinite(lPoint)) return -1;
         const uint64_t lHash = PositionHash(lPoint);
-        Recent& lRecent = mRecent[static_cast<int64_t>(lHash & (sgRecentSlots - 1))];
-        const uint32_t lTag = static_cast<uint32_t>(lHash >> 32);
-        if (lRecent.mTag == lTag && lRecent.mSite >= 0 && mSites[lRecent.mSite].At(lPoint)) return lRecent.mSite;
-        lRecent = Recent{lTag, FindOrAddSite(pPoint)};
+        Recent& lRecent = RecentSlot(lHash);
+        if (lRecent.Holds(lHash) && mSites[lRecent.mSite].At(lPoint)) return lRecent.mSite;
+        lRecent = Recent{static_cast<uint32_t>(lHash >> 32), FindOrAddSite(pPoint)};
         return lRecent.mSite;
+    }
+
+    // Starts loading what adding point pPoint will likely read from memory: the site its recent slot
+    // names when the slot holds its position's tag now, else the table slot of its cell. Called a few
+    // points ahead of AddPoint, so that the cache misses of successive points overlap.
+    void Prefetch(int pPoint) const
+    {
+        const MoxVector4& lPoint = mPoints[pPoint];
+        if (!IsFinite(lPoint)) return;
+        const uint64_t lHash = PositionHash(lPoint);
+        const Recent& lRecent = RecentSlot(lHash);
+        if (lRecent.Holds(lHash)) {
+            MoxPrefetch(&mSites[lRecent.mSite]);
+            return;
+        }
+        int64_t lKey[3];
+        CellOf(lPoint, lKey);
+        mTable.Prefetch(CellHash(lKey));
     }
 
     // The site of point pPoint once every point has been added; -1 for a non-finite point.
@@ -152,9 +170,14 @@ private:
     // spares reading a site that is not the one sought.
     static constexpr int sgRecentSlots = 1 << 14;
     struct Recent {
+        // Whether the slot names a site whose position may have the hash pHash.
+        bool Holds(uint64_t pHash) const { return mTag == static_cast<uint32_t>(pHash >> 32) && mSite >= 0; }
+
         uint32_t mTag;
         int mSite;  // -1 for none
     };
+
+    Recent& RecentSlot(uint64_t pHash) const { return mRecent[static_cast<int64_t>(pHash & (sgRecentSlots - 1))]; }
 
     // What a lookup reads of a cell, and of a site, lies in one cache line.
     struct Cell {
@@ -222,8 +245,11 @@ private:
 // when memory ran out.
 int AddPoints(MergeGrid& pGrid, int pCount, int* pList)
 {
+    constexpr int lLookAhead = 16;
     bool lMerged = false;
+    for (int j = 0; j < std::min(lLookAhead, pCount); ++j) pGrid.Prefetch(j);
     for (int j = 0; j < pCount; ++j) {
+        if (j + lLookAhead < pCount) pGrid.Prefetch(j + lLookAhead);
         const int lSite = pGrid.AddPoint(j);
         if (lSite == -2) return -1;
         pList[j] = lSite < 0 ? j : pGrid.SitePoint(lSite);
