@@ -10,8 +10,9 @@
 #               1000000, with a UV seam; scripts/torusobj.py), the wall time, peak RSS and minor page
 #               faults of `moxmesh process IN -o OUT.glb --smooth-angle 45 --tangents` and of
 #               `assimp export IN OUT.glb -gsn -cts -jiv` (Debian's assimp-utils), best of the repetitions;
-#               then moxmesh's steps in one more run (time, resident memory after the step, peak so far)
-#               and the OBJ read beside tinyobjloader's bare parse of the same file (moxmesh_objread_bench)
+#               then moxmesh's steps in one more run (time, processor time and page faults of the step,
+#               resident memory after it, peak so far) and the OBJ read beside tinyobjloader's bare parse
+#               of the same file (moxmesh_objread_bench)
 #   FILTER  a regular expression on the benchmark names, "<mesh>/<side>.<operation>", e.g. 'torus_tri_1M/'
 #           (one mesh) or 'torus_tri_1M/.*Normals' (the normal rows of ours and of the peers)
 # Environment: MOX_BENCH_DATA, the directory of .obj files measured besides the procedural meshes
@@ -30,7 +31,7 @@ for lArgument in "$@"; do
     case "$lArgument" in
         --full) lFull=(--full) ;;
         --pipeline) lPipeline=true ;;
-        -h|--help) sed -n '2,20p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; exit 0 ;;
+        -h|--help) sed -n '2,21p' "${BASH_SOURCE[0]}" | sed 's/^# \{0,1\}//'; exit 0 ;;
         -*) echo "error: unknown option $lArgument (see --help)" >&2; exit 2 ;;
         *) lFilter="$lArgument" ;;
     esac

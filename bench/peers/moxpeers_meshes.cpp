@@ -36,14 +36,14 @@ MeshData TorusData(int pTriangles, moxbench::ETorusPolygons pPolygons)
 {
     moxbench::MeshData lTorus = moxbench::Torus(pTriangles, pPolygons);
     MeshData lData;
-    lData.mPositions = std::move(lTorus.mPositions);
-    lData.mPolygonSizes = std::move(lTorus.mPolygonSizes);
-    lData.mPolygonVertices = std::move(lTorus.mPolygonVertices);
+    lData.mPositions.assign(lTorus.mPositions.begin(), lTorus.mPositions.end());
+    lData.mPolygonSizes.assign(lTorus.mPolygonSizes.begin(), lTorus.mPolygonSizes.end());
+    lData.mPolygonVertices.assign(lTorus.mPolygonVertices.begin(), lTorus.mPolygonVertices.end());
     moxmeshtool::AttributeChannel lUVs;
     lUVs.mName = "uv";
     lUVs.mComponents = 2;
-    lUVs.mValues = std::move(lTorus.mUVs);
-    lUVs.mIndices = std::move(lTorus.mUVIndices);
+    lUVs.mValues.assign(lTorus.mUVs.begin(), lTorus.mUVs.end());
+    lUVs.mIndices.assign(lTorus.mUVIndices.begin(), lTorus.mUVIndices.end());
     lData.mUVSets.push_back(std::move(lUVs));
     return lData;
 }

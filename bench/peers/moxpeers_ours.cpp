@@ -70,7 +70,7 @@ MoxMesh& NewWorkMesh(const ManagedMesh& pSource)
 void MeasureStreamingFloor(benchmark::State& pState, const BenchMesh& pMesh)
 {
     const MeshData& lData = DataOf(pMesh);
-    const std::vector<int>& lVertices = lData.mPolygonVertices;
+    const moxmeshtool::MeshArray<int>& lVertices = lData.mPolygonVertices;
     std::vector<MoxVector4> lOut(lVertices.size());
     TimedFaults lFaults(pState);
     for (auto _ : pState) {

@@ -90,6 +90,14 @@ TEST(CommandLine, ProgressOnRequestAndQuietSilencesIt)
     const RunResult lProgress = Moxmesh({"demo", "--segments", "8", "--rings", "2", "--progress"});
     EXPECT_NE(lProgress.mErr.find("moxmesh: [1/9] build model ...\n"), std::string::npos);
     EXPECT_NE(lProgress.mErr.find("moxmesh: [9/9] ComputeComponentMaps done in "), std::string::npos);
+    // Each step's own processor time and page faults, whatever else runs on the machine.
+    const size_t lDone = lProgress.mErr.find("moxmesh: [1/9] build model done in ");
+    ASSERT_NE(lDone, std::string::npos) << lProgress.mErr;
+    const std::string lLine = lProgress.mErr.substr(lDone, lProgress.mErr.find('\n', lDone) - lDone);
+    EXPECT_NE(lLine.find(" (cpu "), std::string::npos) << lLine;
+    EXPECT_NE(lLine.find(" user + "), std::string::npos) << lLine;
+    EXPECT_NE(lLine.find(" system, "), std::string::npos) << lLine;
+    EXPECT_NE(lLine.find(" page faults"), std::string::npos) << lLine;
     const RunResult lQuiet = Moxmesh({"demo", "--segments", "8", "--rings", "2", "--progress", "--quiet"});
     EXPECT_EQ(lQuiet.mErr, "");
     EXPECT_FALSE(lQuiet.mOut.empty());

@@ -38,11 +38,11 @@ TEST(AssimpReader, StlTrianglesAreWeldedByPosition)
     const MeshData lData = Parse(
         "t.stl", "solid t\n" + Facet("0 0 0", "1 0 0", "0 1 0") + Facet("1 0 0", "1 1 0", "0 1 0") + "endsolid t\n");
     EXPECT_EQ(lData.ControlPointCount(), 4u);
-    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3, 3}));
-    EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2, 1, 3, 2}));
+    EXPECT_EQ(lData.mPolygonSizes, (MeshArray<int>{3, 3}));
+    EXPECT_EQ(lData.mPolygonVertices, (MeshArray<int>{0, 1, 2, 1, 3, 2}));
     // The normals stay per polygon vertex, over Assimp's six vertices.
     EXPECT_EQ(lData.mNormals.ValueCount(), 6);
-    EXPECT_EQ(lData.mNormals.mIndices, (std::vector<int>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(lData.mNormals.mIndices, (MeshArray<int>{0, 1, 2, 3, 4, 5}));
     EXPECT_TRUE(lData.mUVSets.empty());
 }
 
@@ -54,7 +54,7 @@ TEST(AssimpReader, EmptySolidAmongGoodOnesIsLeftOutWithANote)
                                      "endsolid good\nsolid hollow\nendsolid hollow\nsolid more\n" +
                                      Facet("1 0 0", "1 1 0", "0 1 0") + "endsolid more\n",
                                  &lNotes);
-    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3, 3}));
+    EXPECT_EQ(lData.mPolygonSizes, (MeshArray<int>{3, 3}));
     EXPECT_EQ(lData.ControlPointCount(), 4u);
     EXPECT_EQ(lNotes, (std::vector<std::string>{"empty part left out: \"hollow\""}));
 }
@@ -80,16 +80,16 @@ TEST(AssimpReader, NegativeZeroWeldsWithZero)
 TEST(AssimpReader, PlyQuadKeepsItsSizeNormalsAndUVs)
 {
     const MeshData lData = Parse("q.ply", sgQuadPly);
-    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{4}));
-    EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2, 3}));
+    EXPECT_EQ(lData.mPolygonSizes, (MeshArray<int>{4}));
+    EXPECT_EQ(lData.mPolygonVertices, (MeshArray<int>{0, 1, 2, 3}));
     ASSERT_EQ(lData.mUVSets.size(), 1u);
     EXPECT_EQ(lData.mUVSets[0].mName, "uv0");
-    EXPECT_EQ(lData.mUVSets[0].mIndices, (std::vector<int>{0, 1, 2, 3}));
+    EXPECT_EQ(lData.mUVSets[0].mIndices, (MeshArray<int>{0, 1, 2, 3}));
     EXPECT_DOUBLE_EQ(lData.mUVSets[0].mValues[4], 1.0);
     EXPECT_DOUBLE_EQ(lData.mUVSets[0].mValues[5], 1.0);
     EXPECT_EQ(lData.mNormals.ValueCount(), 4);
     ASSERT_EQ(lData.mMaterialNames.size(), 1u);
-    EXPECT_EQ(lData.mPolygonMaterials, (std::vector<int>{0}));
+    EXPECT_EQ(lData.mPolygonMaterials, (MeshArray<int>{0}));
 }
 
 TEST(AssimpReader, MalformedFileNamesTheFormatAndAssimpsReason)

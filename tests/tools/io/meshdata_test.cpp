@@ -1,5 +1,8 @@
 #include "io/meshdata.h"
 
+#include <cstdlib>
+#include <new>
+
 #include <gtest/gtest.h>
 
 using namespace moxmeshtool;
@@ -14,6 +17,42 @@ MeshData Quad()
     lData.mPolygonSizes = {4};
     lData.mPolygonVertices = {0, 1, 2, 3};
     return lData;
+}
+
+size_t sgHandlerBytes = 0;
+
+void* CountingMalloc(size_t pSize)
+{
+    sgHandlerBytes += pSize;
+    return std::malloc(pSize);
+}
+
+void* FailingMalloc(size_t)
+{
+    return nullptr;
+}
+
+TEST(MeshArray, TakesItsStorageFromTheLibrarysMemoryServices)
+{
+    sgHandlerBytes = 0;
+    moxsdk::MoxSetMallocHandler(CountingMalloc);
+    {
+        MeshArray<double> lValues;
+        lValues.reserve(100);
+        lValues.push_back(1.5);
+        EXPECT_EQ(lValues[0], 1.5);
+    }
+    moxsdk::MoxSetMallocHandler(nullptr);
+    EXPECT_EQ(sgHandlerBytes, 100 * sizeof(double));
+}
+
+TEST(MeshArray, ThrowsBadAllocWhenTheLibraryHasNoMemory)
+{
+    moxsdk::MoxSetMallocHandler(FailingMalloc);
+    MeshArray<int> lIndices;
+    EXPECT_THROW(lIndices.reserve(10), std::bad_alloc);
+    moxsdk::MoxSetMallocHandler(nullptr);
+    EXPECT_TRUE(lIndices.empty());
 }
 
 TEST(MeshData, ConsistentQuadHasNoProblem)

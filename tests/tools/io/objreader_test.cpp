@@ -46,14 +46,14 @@ TEST(ObjReader, KeepsPolygonsAndTheFileOwnIndices)
 {
     const MeshData lData = Parse(sgQuadAndTriangle);
     EXPECT_EQ(lData.ControlPointCount(), 5u);
-    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{4, 3}));
-    EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2, 3, 1, 4, 2}));
+    EXPECT_EQ(lData.mPolygonSizes, (MeshArray<int>{4, 3}));
+    EXPECT_EQ(lData.mPolygonVertices, (MeshArray<int>{0, 1, 2, 3, 1, 4, 2}));
     ASSERT_EQ(lData.mUVSets.size(), 1u);
     EXPECT_EQ(lData.mUVSets[0].mName, "uv0");
     EXPECT_EQ(lData.mUVSets[0].ValueCount(), 3);
-    EXPECT_EQ(lData.mUVSets[0].mIndices, (std::vector<int>{0, 1, 2, 0, 1, 2, 0}));
+    EXPECT_EQ(lData.mUVSets[0].mIndices, (MeshArray<int>{0, 1, 2, 0, 1, 2, 0}));
     EXPECT_EQ(lData.mNormals.ValueCount(), 1);
-    EXPECT_EQ(lData.mNormals.mIndices, (std::vector<int>(7, 0)));
+    EXPECT_EQ(lData.mNormals.mIndices, (MeshArray<int>(7, 0)));
     EXPECT_TRUE(lData.mMaterialNames.empty());
     EXPECT_TRUE(lData.mPolygonMaterials.empty());
 }
@@ -89,7 +89,7 @@ TEST(ObjReader, UsemtlGroupsBecomePolygonMaterialsOfTheLibrary)
         "usemtl blue\nf 1 2 3\nusemtl red\nf 2 4 3\nf 1 2 4\nusemtl blue\nf 1 3 4\n",
         nullptr, "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n");
     EXPECT_EQ(lData.mMaterialNames, (std::vector<std::string>{"red", "blue"}));
-    EXPECT_EQ(lData.mPolygonMaterials, (std::vector<int>{1, 0, 0, 1}));
+    EXPECT_EQ(lData.mPolygonMaterials, (MeshArray<int>{1, 0, 0, 1}));
 }
 
 TEST(ObjReader, MaterialMissingFromTheLibraryIsANote)
@@ -105,7 +105,7 @@ TEST(ObjReader, MaterialMissingFromTheLibraryIsANote)
 TEST(ObjReader, RelativeIndicesCountFromTheEnd)
 {
     const MeshData lData = Parse("v 0 0 0\nv 1 0 0\nv 0 1 0\nf -3 -2 -1\n");
-    EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(lData.mPolygonVertices, (MeshArray<int>{0, 1, 2}));
 }
 
 TEST(ObjReader, NormalsMissingAtSomeCornersAreLeftOut)
@@ -121,7 +121,7 @@ TEST(ObjReader, UVsMissingAtSomeCornersStayUnmapped)
 {
     const MeshData lData = Parse("v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0.5 0.5\nf 1/1 2/1 3\n");
     ASSERT_EQ(lData.mUVSets.size(), 1u);
-    EXPECT_EQ(lData.mUVSets[0].mIndices, (std::vector<int>{0, 0, -1}));
+    EXPECT_EQ(lData.mUVSets[0].mIndices, (MeshArray<int>{0, 0, -1}));
 }
 
 TEST(ObjReader, LinesAndPointsAreLeftOutWithANote)
@@ -176,9 +176,9 @@ TEST(ObjReader, UTF16AndUTF8WithByteOrderMarkReadAsTheirText)
     const std::string lTriangle = "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     for (const std::string& lText : {Utf16(lTriangle, true), Utf16(lTriangle, false), "\xEF\xBB\xBF" + lTriangle}) {
         const MeshData lData = Parse(lText);
-        EXPECT_EQ(lData.mPositions, (std::vector<double>{0, 0, 0, 1, 0, 0, 0, 1, 0}));
-        EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3}));
-        EXPECT_EQ(lData.mPolygonVertices, (std::vector<int>{0, 1, 2}));
+        EXPECT_EQ(lData.mPositions, (MeshArray<double>{0, 0, 0, 1, 0, 0, 0, 1, 0}));
+        EXPECT_EQ(lData.mPolygonSizes, (MeshArray<int>{3}));
+        EXPECT_EQ(lData.mPolygonVertices, (MeshArray<int>{0, 1, 2}));
     }
 }
 
@@ -201,7 +201,7 @@ TEST(ObjReader, FacesOfAnySize)
         lFace += " " + std::to_string(i + 1);
     }
     const MeshData lData = Parse(lText + "f 1 2 3\n" + lFace + "\nf 3 2 1\n" + lFace + " 1 2\n");
-    EXPECT_EQ(lData.mPolygonSizes, (std::vector<int>{3, 300, 3, 302}));
+    EXPECT_EQ(lData.mPolygonSizes, (MeshArray<int>{3, 300, 3, 302}));
     ASSERT_EQ(lData.mPolygonVertices.size(), 608u);
     EXPECT_EQ(lData.mPolygonVertices[3 + 299], 299);
     EXPECT_EQ(lData.mPolygonVertices[3 + 300], 2);

@@ -25,9 +25,9 @@ bool ByTinyObjLoader(const std::string& pText, ObjArrays& pArrays)
         return false;
     EXPECT_EQ(lWarning, "");
     pArrays = ObjArrays();
-    pArrays.mPositions = lAttrib.vertices;
-    pArrays.mNormals = lAttrib.normals;
-    pArrays.mUVs = lAttrib.texcoords;
+    pArrays.mPositions.assign(lAttrib.vertices.begin(), lAttrib.vertices.end());
+    pArrays.mNormals.assign(lAttrib.normals.begin(), lAttrib.normals.end());
+    pArrays.mUVs.assign(lAttrib.texcoords.begin(), lAttrib.texcoords.end());
     for (const tinyobj::shape_t& lShape : lShapes) {
         for (const unsigned char lSize : lShape.mesh.num_face_vertices) pArrays.mPolygonSizes.push_back(lSize);
         for (const tinyobj::index_t& lIndex : lShape.mesh.indices) {
@@ -45,7 +45,7 @@ bool ByPlainText(const std::string& pText, ObjArrays& pArrays)
 }
 
 // Doubles compared bit for bit (a sign of zero included).
-void ExpectSameBits(const std::vector<double>& pActual, const std::vector<double>& pExpected, const std::string& pText)
+void ExpectSameBits(const MeshArray<double>& pActual, const MeshArray<double>& pExpected, const std::string& pText)
 {
     ASSERT_EQ(pActual.size(), pExpected.size()) << pText;
     for (size_t i = 0; i < pActual.size(); ++i)
@@ -54,7 +54,7 @@ void ExpectSameBits(const std::vector<double>& pActual, const std::vector<double
 }
 
 // An index array as the plain reader gives it: empty when every index is -1.
-std::vector<int> WithoutUnset(const std::vector<int>& pIndices)
+MeshArray<int> WithoutUnset(const MeshArray<int>& pIndices)
 {
     for (const int lIndex : pIndices)
         if (lIndex >= 0) return pIndices;
@@ -92,13 +92,13 @@ TEST(ObjText, ReadsTheUsualStatements)
         "f 3 4 5";
     ObjArrays lArrays;
     ASSERT_TRUE(ByPlainText(lText, lArrays));
-    EXPECT_EQ(lArrays.mPositions, (std::vector<double>{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 2, 0, 0}));
-    EXPECT_EQ(lArrays.mUVs, (std::vector<double>{0, 0, 1, 0, 1, 1}));
-    EXPECT_EQ(lArrays.mNormals, (std::vector<double>{0, 0, 1}));
-    EXPECT_EQ(lArrays.mPolygonSizes, (std::vector<int>{4, 3, 3, 3}));
-    EXPECT_EQ(lArrays.mVertices, (std::vector<int>{0, 1, 2, 3, 1, 4, 2, 0, 1, 2, 2, 3, 4}));
-    EXPECT_EQ(lArrays.mUVIndices, (std::vector<int>{0, 1, 2, 0, -1, -1, -1, 0, 1, 2, -1, -1, -1}));
-    EXPECT_EQ(lArrays.mNormalIndices, (std::vector<int>{0, 0, 0, 0, 0, 0, 0, -1, -1, -1, -1, -1, -1}));
+    EXPECT_EQ(lArrays.mPositions, (MeshArray<double>{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 2, 0, 0}));
+    EXPECT_EQ(lArrays.mUVs, (MeshArray<double>{0, 0, 1, 0, 1, 1}));
+    EXPECT_EQ(lArrays.mNormals, (MeshArray<double>{0, 0, 1}));
+    EXPECT_EQ(lArrays.mPolygonSizes, (MeshArray<int>{4, 3, 3, 3}));
+    EXPECT_EQ(lArrays.mVertices, (MeshArray<int>{0, 1, 2, 3, 1, 4, 2, 0, 1, 2, 2, 3, 4}));
+    EXPECT_EQ(lArrays.mUVIndices, (MeshArray<int>{0, 1, 2, 0, -1, -1, -1, 0, 1, 2, -1, -1, -1}));
+    EXPECT_EQ(lArrays.mNormalIndices, (MeshArray<int>{0, 0, 0, 0, 0, 0, 0, -1, -1, -1, -1, -1, -1}));
     ExpectReadAsTinyObjLoader(lText);
 }
 
@@ -108,7 +108,7 @@ TEST(ObjText, IndexArraysStartAtTheFirstIndexGiven)
     const std::string lText = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nf 1 2 3\nf 3 2 1\nf 1/1 2/1 3/1\n";
     ObjArrays lArrays;
     ASSERT_TRUE(ByPlainText(lText, lArrays));
-    EXPECT_EQ(lArrays.mUVIndices, (std::vector<int>{-1, -1, -1, -1, -1, -1, 0, 0, 0}));
+    EXPECT_EQ(lArrays.mUVIndices, (MeshArray<int>{-1, -1, -1, -1, -1, -1, 0, 0, 0}));
     EXPECT_TRUE(lArrays.mNormalIndices.empty());
     ExpectReadAsTinyObjLoader(lText);
     ExpectReadAsTinyObjLoader("v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
@@ -120,7 +120,7 @@ TEST(ObjText, NumbersReadAsTinyObjLoaderReadsThem)
 {
     ObjArrays lArrays;
     ASSERT_TRUE(ByPlainText("v 0.3 -2.5e3 .5\n", lArrays));
-    EXPECT_EQ(lArrays.mPositions, (std::vector<double>{3 * 0.1, -2500.0, 0.5}));
+    EXPECT_EQ(lArrays.mPositions, (MeshArray<double>{3 * 0.1, -2500.0, 0.5}));
     EXPECT_NE(lArrays.mPositions[0], 0.3);
     for (const char* lNumbers : {"0.3 1.000000001 -0.123456789012", "1e3 1E-3 -1.5e+2", "+.5 -. 1.", "-0 +0 00012.5000",
                                  "123456789012345678901234 1e-320 9.999999e307", "0.1234567 0.12345678 0.000000012345"})

@@ -160,7 +160,7 @@ private:
         if (mVertices.mLayout.mNormals) lAddColumn("NORMAL", 3);
         for (int c = 0; c < mVertices.mLayout.mUVSets; ++c) lAddColumn("TEXCOORD_" + std::to_string(c), 2);
         if (mVertices.mLayout.mTangents) lAddColumn("TANGENT", 4);
-        const std::vector<unsigned>& lIndices = TriangleIndices(pPart);
+        const MeshArray<unsigned>& lIndices = TriangleIndices(pPart);
         BufferArray lIndexArray{lIndices.size(), 1, false, [&lIndices](size_t pFirst, size_t pCount, void* pOut) {
                                     std::memcpy(pOut, lIndices.data() + pFirst, pCount * sizeof(unsigned));
                                 }};
@@ -170,7 +170,7 @@ private:
 
     // The vertices of the part's triangles: its corners themselves when every polygon is a triangle (each
     // has 3 or more), else the fans kept in mTriangles.
-    const std::vector<unsigned>& TriangleIndices(const VertexPart& pPart)
+    const MeshArray<unsigned>& TriangleIndices(const VertexPart& pPart)
     {
         if (pPart.mCorners.size() == 3 * pPart.mPolygons.size()) return pPart.mCorners;
         mTriangles.push_back(Triangles(pPart));
@@ -178,9 +178,9 @@ private:
     }
 
     // The triangles of the part's polygons, fans from each polygon's first vertex.
-    std::vector<unsigned> Triangles(const VertexPart& pPart) const
+    MeshArray<unsigned> Triangles(const VertexPart& pPart) const
     {
-        std::vector<unsigned> lIndices;
+        MeshArray<unsigned> lIndices;
         lIndices.reserve(3 * (pPart.mCorners.size() - 2 * pPart.mPolygons.size()));
         size_t lCorner = 0;
         for (int lPolygon : pPart.mPolygons) {
@@ -196,7 +196,7 @@ private:
     const MoxMesh& mMesh;
     const MeshVertices& mVertices;
     tinygltf::Model mModel;
-    std::vector<std::vector<unsigned>> mTriangles;
+    std::vector<MeshArray<unsigned>> mTriangles;
     std::vector<BufferArray> mArrays;
     std::vector<unsigned char> mScratch;
     size_t mBytes = 0;

@@ -6,28 +6,60 @@
 // values addressed through one index per polygon vertex, the way OBJ files store them; an index of -1
 // marks a polygon vertex without a value.
 
+#include <cstddef>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "moxsdk/core/moxmemory.h"
+
 namespace moxmeshtool {
+
+// Storage from the library's memory services (MoxMalloc, MoxFree) for a mesh's arrays: they are large
+// and written once, and the library's allocator places large blocks on huge pages, where a first touch
+// faults once per 2 MiB instead of once per 4 KiB.
+template <class T>
+struct LibraryAllocator {
+    using value_type = T;
+
+    LibraryAllocator() = default;
+    template <class U>
+    LibraryAllocator(const LibraryAllocator<U>&)
+    {}
+
+    T* allocate(size_t pCount)
+    {
+        void* lBlock = moxsdk::MoxMalloc(moxsdk::MoxAllocSize(pCount, sizeof(T)));
+        if (!lBlock) throw std::bad_alloc();
+        return static_cast<T*>(lBlock);
+    }
+    void deallocate(T* pBlock, size_t) { moxsdk::MoxFree(pBlock); }
+
+    friend bool operator==(const LibraryAllocator&, const LibraryAllocator&) { return true; }
+    friend bool operator!=(const LibraryAllocator&, const LibraryAllocator&) { return false; }
+};
+
+// A mesh array (positions, polygon sizes, indices, attribute values).
+template <class T>
+using MeshArray = std::vector<T, LibraryAllocator<T>>;
 
 // Values of one per-polygon-vertex attribute: mComponents doubles per value, and for each polygon vertex
 // the value it uses (-1 for none).
 struct AttributeChannel {
     std::string mName;
     int mComponents = 0;
-    std::vector<double> mValues;
-    std::vector<int> mIndices;
+    MeshArray<double> mValues;
+    MeshArray<int> mIndices;
 
     int ValueCount() const { return mComponents > 0 ? static_cast<int>(mValues.size() / mComponents) : 0; }
     bool IsEmpty() const { return mIndices.empty(); }
 };
 
 struct MeshData {
-    std::vector<double> mPositions;      // x, y, z per control point
-    std::vector<int> mPolygonSizes;      // vertex count per polygon
-    std::vector<int> mPolygonVertices;   // control point per polygon vertex, polygon after polygon
-    std::vector<int> mPolygonMaterials;  // material per polygon (-1: none); empty when there are no materials
+    MeshArray<double> mPositions;      // x, y, z per control point
+    MeshArray<int> mPolygonSizes;      // vertex count per polygon
+    MeshArray<int> mPolygonVertices;   // control point per polygon vertex, polygon after polygon
+    MeshArray<int> mPolygonMaterials;  // material per polygon (-1: none); empty when there are no materials
     std::vector<std::string> mMaterialNames;
     AttributeChannel mNormals;              // 3 components; empty when the mesh has no normals
     std::vector<AttributeChannel> mUVSets;  // 2 components each

@@ -213,10 +213,10 @@ private:
 // The vertices of one part: distinct (control point, values) pairs, found through a chain of the
 // vertices of each control point. pFirstOfPoint (one entry per control point, all -1) is shared scratch,
 // left all -1 again.
-void FillPart(const MoxMesh& pMesh, CornerReader& pReader, int pStride, std::vector<int>& pFirstOfPoint,
+void FillPart(const MoxMesh& pMesh, CornerReader& pReader, int pStride, MeshArray<int>& pFirstOfPoint,
               VertexPart& pPart)
 {
-    std::vector<int> lNext;  // per vertex: the next vertex of the same control point
+    MeshArray<int> lNext;  // per vertex: the next vertex of the same control point
     std::vector<float> lValues(static_cast<size_t>(pStride) + 1);
     const size_t lBytes = static_cast<size_t>(pStride) * sizeof(float);
     const int* lVertices = pMesh.GetPolygonVertices();
@@ -275,7 +275,7 @@ MeshVertices GatherVertices(MoxMesh& pMesh, const VertexOptions& pOptions, Scene
     if (!lParts.back().mPolygons.empty()) lMaterials.mNames.emplace_back("default");
 
     CornerReader lReader(pMesh, lSources, pOptions, pSummary);
-    std::vector<int> lFirstOfPoint(static_cast<size_t>(pMesh.GetControlPointsCount()), -1);
+    MeshArray<int> lFirstOfPoint(static_cast<size_t>(pMesh.GetControlPointsCount()), -1);
     for (size_t m = 0; m < lParts.size(); ++m) {
         if (lParts[m].mPolygons.empty()) continue;
         lParts[m].mMaterial = static_cast<int>(m);

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "io/meshdata.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 
 namespace moxmeshtool {
@@ -59,11 +60,11 @@ struct VertexLayout {
 
 // The polygons of one material with their vertices.
 struct VertexPart {
-    int mMaterial = 0;               // in MeshVertices::mMaterialNames
-    std::vector<int> mPolygons;      // in mesh order
-    std::vector<int> mPoints;        // per vertex: its control point
-    std::vector<float> mValues;      // per vertex: VertexLayout::Stride() floats
-    std::vector<unsigned> mCorners;  // per polygon vertex of mPolygons, in order: its vertex
+    int mMaterial = 0;             // in MeshVertices::mMaterialNames
+    MeshArray<int> mPolygons;      // in mesh order
+    MeshArray<int> mPoints;        // per vertex: its control point
+    MeshArray<float> mValues;      // per vertex: VertexLayout::Stride() floats
+    MeshArray<unsigned> mCorners;  // per polygon vertex of mPolygons, in order: its vertex
 };
 
 struct MeshVertices {

@@ -40,8 +40,15 @@ struct ObjContent {
     }
 };
 
-// The reader's values handed over without a copy (tinyobjloader is built with double coordinates).
+// The reader's values are taken as they are (tinyobjloader is built with double coordinates).
 static_assert(std::is_same<tinyobj::real_t, double>::value, "tinyobjloader must read doubles");
+
+// pFrom's values copied into pTo, then pFrom's storage released, so that one array at a time is held twice.
+void TakeValues(std::vector<double>& pFrom, MeshArray<double>& pTo)
+{
+    pTo.assign(pFrom.begin(), pFrom.end());
+    std::vector<double>().swap(pFrom);
+}
 
 // How many of the reader's warnings become notes; the rest are counted.
 constexpr size_t sgMaxWarnings = 5;
@@ -98,8 +105,7 @@ void TakeFaces(ObjContent& pObj, ObjArrays& pArrays, MeshData& pData)
 
 // A per-polygon-vertex channel of pComponents values per entry, both arrays moved in; empty when no
 // polygon vertex has a value. pMissing: the polygon vertices without one.
-AttributeChannel TakeChannel(std::vector<double>& pValues, std::vector<int>& pIndices, int pComponents,
-                             size_t& pMissing)
+AttributeChannel TakeChannel(MeshArray<double>& pValues, MeshArray<int>& pIndices, int pComponents, size_t& pMissing)
 {
     pMissing = 0;
     for (const int lIndex : pIndices) pMissing += lIndex < 0 ? 1 : 0;
@@ -291,7 +297,7 @@ void RestoreLargeFaces(const std::string& pPath, ObjArrays& pArrays)
     }
     if (!lAgree || lCountSum != pArrays.mVertices.size())
         throw ToolError(pPath, "a face has more than 255 vertices and its size cannot be recovered");
-    pArrays.mPolygonSizes = lCounts;
+    pArrays.mPolygonSizes.assign(lCounts.begin(), lCounts.end());
 }
 
 // What tinyobjloader reads from pPath. Throws ToolError for a file it finds malformed.
@@ -358,9 +364,9 @@ std::string ReadWithTinyObjLoader(const std::string& pPath, ObjArrays& pArrays, 
     ObjContent lObj;
     LoadContent(pPath, lObj);
     AddWarnings(lObj.mWarning, pNotes);
-    pArrays.mPositions = std::move(lObj.mAttrib.vertices);
-    pArrays.mNormals = std::move(lObj.mAttrib.normals);
-    pArrays.mUVs = std::move(lObj.mAttrib.texcoords);
+    TakeValues(lObj.mAttrib.vertices, pArrays.mPositions);
+    TakeValues(lObj.mAttrib.normals, pArrays.mNormals);
+    TakeValues(lObj.mAttrib.texcoords, pArrays.mUVs);
     TakeFaces(lObj, pArrays, pData);
     if (!pArrays.mPolygonSizes.empty()) RestoreLargeFaces(pPath, pArrays);
     return IgnoredPrimitives(lObj);

@@ -99,7 +99,7 @@ bool ReadReal(Cursor pToken, double& pValue)
 }
 
 // pCount numbers, then the line's end.
-bool ReadReals(Cursor& pLine, int pCount, std::vector<double>& pValues)
+bool ReadReals(Cursor& pLine, int pCount, MeshArray<double>& pValues)
 {
     for (int i = 0; i < pCount; ++i) {
         double lValue = 0.0;
@@ -138,7 +138,7 @@ bool ReadCorner(Cursor pToken, int& pVertex, int& pUV, int& pNormal)
 
 // Records pIndex for the latest polygon vertex (pArrays.mVertices' last); an index array stays empty as
 // long as every index it would hold is -1, and is filled with -1 up to the corner that first has one.
-void AddIndex(int pIndex, const ObjArrays& pArrays, std::vector<int>& pIndices)
+void AddIndex(int pIndex, const ObjArrays& pArrays, MeshArray<int>& pIndices)
 {
     if (pIndices.empty()) {
         if (pIndex < 0) return;
@@ -231,7 +231,7 @@ void Reserve(const StatementCounts& pCounts, ObjArrays& pArrays)
 }
 
 // Every index names a value that the file has.
-bool IndicesInRange(const std::vector<int>& pIndices, size_t pValueCount)
+bool IndicesInRange(const MeshArray<int>& pIndices, size_t pValueCount)
 {
     for (const int lIndex : pIndices)
         if (lIndex >= 0 && static_cast<size_t>(lIndex) >= pValueCount) return false;

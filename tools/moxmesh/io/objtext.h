@@ -10,8 +10,7 @@
 // out-of-range indices, numbers with trailing characters, ...) is left to tinyobjloader, which reads it
 // and words its warnings and errors.
 
-#include <string>
-#include <vector>
+#include "io/meshdata.h"
 
 namespace moxmeshtool {
 
@@ -19,13 +18,13 @@ namespace moxmeshtool {
 // statement leaves the value out), values as read. ParsePlainObj leaves a UV or normal index array empty
 // when no face statement gives such an index.
 struct ObjArrays {
-    std::vector<double> mPositions;  // x, y, z per `v`
-    std::vector<double> mNormals;    // x, y, z per `vn`
-    std::vector<double> mUVs;        // u, v per `vt`
-    std::vector<int> mPolygonSizes;
-    std::vector<int> mVertices;
-    std::vector<int> mNormalIndices;
-    std::vector<int> mUVIndices;
+    MeshArray<double> mPositions;  // x, y, z per `v`
+    MeshArray<double> mNormals;    // x, y, z per `vn`
+    MeshArray<double> mUVs;        // u, v per `vt`
+    MeshArray<int> mPolygonSizes;
+    MeshArray<int> mVertices;
+    MeshArray<int> mNormalIndices;
+    MeshArray<int> mUVIndices;
 };
 
 // Reads the text [pBegin, pEnd) into pArrays when it is plain OBJ text as above; false (pArrays then

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include <sys/resource.h>
+
 #include "io/memorybudget.h"
 
 namespace moxmeshtool {
@@ -14,6 +16,7 @@ const StepRecord& StepRunner::Run(const std::string& pName, const std::function<
         "[" + std::to_string(mRecords.size() + 1) + "/" + std::to_string(mStepCount) + "] " + pName;
     if (mProgress) mProgressStream << "moxmesh: " << lCounter << " ..." << std::endl;
     mReports.Mark();
+    const ProcessUsage lUsage = ReadProcessUsage();
     const auto lStart = std::chrono::steady_clock::now();
     StepRecord lRecord;
     lRecord.mName = pName;
@@ -22,8 +25,8 @@ const StepRecord& StepRunner::Run(const std::string& pName, const std::function<
     lRecord.mReports = mReports.CountSinceMark();
     lRecord.mReportCounts = mReports.DistinctSinceMark();
     if (mProgress)
-        mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds) << DescribeMemory()
-                        << std::endl;
+        mProgressStream << "moxmesh: " << lCounter << " done in " << FormatSeconds(lRecord.mSeconds)
+                        << DescribeUsageSince(lUsage) << std::endl;
     mRecords.push_back(lRecord);
     return mRecords.back();
 }
@@ -35,14 +38,27 @@ double StepRunner::TotalSeconds() const
     return lTotal;
 }
 
-std::string DescribeMemory()
+ProcessUsage ReadProcessUsage()
 {
+    rusage lUsage{};
+    if (getrusage(RUSAGE_SELF, &lUsage) != 0) return {};
+    const auto lSeconds = [](const timeval& pTime) { return static_cast<double>(pTime.tv_sec) + pTime.tv_usec * 1e-6; };
+    return {lSeconds(lUsage.ru_utime), lSeconds(lUsage.ru_stime), lUsage.ru_minflt};
+}
+
+std::string DescribeUsageSince(const ProcessUsage& pBefore)
+{
+    const ProcessUsage lNow = ReadProcessUsage();
+    std::string lText = " (cpu " + FormatSeconds(lNow.mUserSeconds - pBefore.mUserSeconds) + " user + " +
+                        FormatSeconds(lNow.mSystemSeconds - pBefore.mSystemSeconds) + " system, " +
+                        std::to_string(lNow.mMinorFaults - pBefore.mMinorFaults) + " page faults";
     const size_t lResident = ProcessStatusBytes("VmRSS");
     const size_t lPeak = ProcessStatusBytes("VmHWM");
-    if (lResident == 0 || lPeak == 0) return {};
     constexpr size_t lMegabyte = 1 << 20;
-    return " (resident " + std::to_string(lResident / lMegabyte) + " MB, peak so far " +
-           std::to_string(lPeak / lMegabyte) + " MB)";
+    if (lResident != 0 && lPeak != 0)
+        lText += "; resident " + std::to_string(lResident / lMegabyte) + " MB, peak so far " +
+                 std::to_string(lPeak / lMegabyte) + " MB";
+    return lText + ")";
 }
 
 std::string FormatSeconds(double pSeconds)
