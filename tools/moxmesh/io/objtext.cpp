@@ -1,5 +1,6 @@
 #include "io/objtext.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace moxmeshtool {
@@ -140,7 +141,9 @@ bool ReadFace(Cursor& pLine, ObjArrays& pArrays)
 {
     int lCount = 0;
     for (Cursor lToken = pLine.Token(); lToken.mAt != lToken.mEnd; lToken = pLine.Token(), ++lCount) {
-        int lVertex = 0, lUV = 0, lNormal = 0;
+        int lVertex = 0;
+        int lUV = 0;
+        int lNormal = 0;
         if (!ReadCorner(lToken, lVertex, lUV, lNormal)) return false;
         pArrays.mVertices.push_back(lVertex);
         pArrays.mUVIndices.push_back(lUV);
@@ -168,9 +171,9 @@ bool ReadStatement(Cursor pLine, ObjArrays& pArrays)
 // Every index names a value that the file has.
 bool IndicesInRange(const std::vector<int>& pIndices, size_t pValueCount)
 {
-    for (const int lIndex : pIndices)
-        if (lIndex >= 0 && static_cast<size_t>(lIndex) >= pValueCount) return false;
-    return true;
+    return std::none_of(pIndices.begin(), pIndices.end(), [pValueCount](int pIndex) {
+        return pIndex >= 0 && static_cast<size_t>(pIndex) >= pValueCount;
+    });
 }
 
 }  // namespace
