@@ -91,6 +91,8 @@ struct Counted {
     int mId;
     Counted() : mId(sgLive++) {}
     explicit Counted(int pId) : mId(pId) { ++sgLive; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
     ~Counted()
     {
         --sgLive;

@@ -34,8 +34,8 @@ using namespace moxsdk;
 
 namespace {
 
-constexpr const char* kFile = "scene/geometry/moxmesh";
-constexpr MoxLayerElement::EType kUV0 = MoxLayerElement::eTextureChannel0;
+constexpr const char* sgFile = "scene/geometry/moxmesh";
+constexpr MoxLayerElement::EType sgUV0 = MoxLayerElement::eTextureChannel0;
 
 // ---- Snapshots of everything split and merge may change --------------------------------------------------
 
@@ -57,6 +57,7 @@ template <class T>
 std::vector<T> Values(const MoxLayerElementArrayTemplate<T>& pArray)
 {
     std::vector<T> lValues;
+    lValues.reserve(pArray.GetCount());
     for (int i = 0; i < pArray.GetCount(); ++i) lValues.push_back(pArray.GetAt(i));
     return lValues;
 }
@@ -77,6 +78,7 @@ ElementState<T> Capture(const MoxLayerElementTemplate<T>* pElement)
 std::vector<MoxVector4> Points(const MoxGeometryBase& pGeometry)
 {
     std::vector<MoxVector4> lPoints;
+    lPoints.reserve(pGeometry.GetControlPointsCount());
     for (int i = 0; i < pGeometry.GetControlPointsCount(); ++i) lPoints.push_back(pGeometry.GetControlPointAt(i));
     return lPoints;
 }
@@ -261,6 +263,7 @@ MoxVector2 UV(int pK)
 std::vector<MoxVector4> Normals(int pCount)
 {
     std::vector<MoxVector4> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(N(k));
     return lValues;
 }
@@ -268,6 +271,7 @@ std::vector<MoxVector4> Normals(int pCount)
 std::vector<MoxVector2> UVs(int pCount)
 {
     std::vector<MoxVector2> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(UV(k));
     return lValues;
 }
@@ -275,6 +279,7 @@ std::vector<MoxVector2> UVs(int pCount)
 std::vector<int> Iota(int pCount, int pFirst = 0)
 {
     std::vector<int> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(pFirst + k);
     return lValues;
 }
@@ -330,7 +335,7 @@ TEST(MoxMeshSplit, DistinctControlPointsChangeOnlyTheModes)
     moxtest::MakeQuad(*lMesh);
     lMesh->BuildMeshEdgeArray();
     SetNormals(*lMesh, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eDirect, Normals(4));
-    SetUVs(*lMesh, kUV0, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(4), Iota(4));
+    SetUVs(*lMesh, sgUV0, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(4), Iota(4));
     MeshState lBefore = Capture(*lMesh);
 
     EXPECT_TRUE(lMesh->SplitPoints());
@@ -367,7 +372,7 @@ TEST(MoxMeshSplit, NegativePolygonVertexReturnsFalseAndLeavesTheMeshAlone)
     moxtest::BuildMesh(*lMesh, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}, {2, 1, 0}, {0, -1, 2}});
     lMesh->BuildMeshEdgeArray();
     SetNormals(*lMesh, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eDirect, Normals(9));
-    SetUVs(*lMesh, kUV0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, UVs(3));
+    SetUVs(*lMesh, sgUV0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, UVs(3));
     moxtest::ManagerScope& lS = lScope;
     MoxSkin* lSkin = MoxSkin::Create(lS.Get(), "skin");
     lMesh->AddDeformer(lSkin);
@@ -378,7 +383,7 @@ TEST(MoxMeshSplit, NegativePolygonVertexReturnsFalseAndLeavesTheMeshAlone)
 
     moxtest::ReportCapture lReports;
     EXPECT_FALSE(lMesh->SplitPoints());
-    EXPECT_TRUE(lReports.HasOnly(kFile, "SplitPoints", "lCurrentVertexIndex >= 0"));
+    EXPECT_TRUE(lReports.HasOnly(sgFile, "SplitPoints", "lCurrentVertexIndex >= 0"));
     ExpectSameState(lBefore, Capture(*lMesh), "negative vertex");
 }
 
@@ -440,18 +445,18 @@ TEST(MoxMeshSplit, SidesWithoutAnyEdgeGetNewEdgesExceptAtPolygonVertexZero)
 // that start is resolved (by the binary search of polygon ranges) to the empty polygon, whose next vertex is
 // past the polygon vertices. Searches for other control points never reach that edge, and read nothing
 // outside the polygon vertices.
-const std::vector<moxtest::Point> kEmptyBeforeOnePoints = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {2, 2, 0}};
+const std::vector<moxtest::Point> sgEmptyBeforeOnePoints = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {2, 2, 0}};
 
 TEST(MoxMeshSplit, EdgeSearchesStopBeforeAnEdgeTheyNeverReach)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    moxtest::BuildMesh(*lMesh, kEmptyBeforeOnePoints, {{0, 1, 2}, {0, 2, 1}, {}, {3}});
+    moxtest::BuildMesh(*lMesh, sgEmptyBeforeOnePoints, {{0, 1, 2}, {0, 2, 1}, {}, {3}});
     SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(4));
     lMesh->BuildMeshEdgeArray();
     ASSERT_EQ(ToVector(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 6}));
     moxtest::ReportCapture lReports;
-    EXPECT_TRUE(lMesh->SplitPoints(kUV0));
+    EXPECT_TRUE(lMesh->SplitPoints(sgUV0));
     EXPECT_EQ(lReports.Count(), 0u);
     EXPECT_EQ(ToVector(lMesh->mPolygonVertices), (std::vector<int>{0, 1, 2, 4, 5, 6, 3}));
     EXPECT_EQ(ToVector(lMesh->mEdgeArray), (std::vector<int>{0, 1, 2, 6, 3, 4, 5}));
@@ -464,15 +469,15 @@ TEST(MoxMeshSplit, EdgeSearchesReachingAnUnreadableEdgeReportAsThePlainSearch)
     moxtest::ManagerScope lScope;
     MoxMesh* lMeshes[2] = {lScope.NewMesh("fast"), lScope.NewMesh("plain")};
     for (MoxMesh* lMesh : lMeshes) {
-        moxtest::BuildMesh(*lMesh, kEmptyBeforeOnePoints, {{0, 1, 2}, {0, 2, 1}, {}, {2}});
+        moxtest::BuildMesh(*lMesh, sgEmptyBeforeOnePoints, {{0, 1, 2}, {0, 2, 1}, {}, {2}});
         SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(4));
         for (int lEdge : {0, 1, 6}) lMesh->mEdgeArray.Add(lEdge);
     }
     moxtest::ReportCapture lReports;
-    EXPECT_TRUE(lMeshes[0]->SplitPoints(kUV0));
+    EXPECT_TRUE(lMeshes[0]->SplitPoints(sgUV0));
     const std::vector<std::string> lFastReports = lReports.Messages();
     lReports.Clear();
-    EXPECT_TRUE(moxoracle::SplitPoints(*lMeshes[1], kUV0));
+    EXPECT_TRUE(moxoracle::SplitPoints(*lMeshes[1], sgUV0));
     EXPECT_EQ(lFastReports, lReports.Messages());
     EXPECT_FALSE(lFastReports.empty());
     EXPECT_EQ(ToVector(lMeshes[0]->mEdgeArray), ToVector(lMeshes[1]->mEdgeArray));
@@ -564,7 +569,7 @@ TEST(MoxMeshSplit, IndexedPerVertexNormalsAndUVsAreResolvedPerPolygonVertex)
     moxtest::MakeTwoTriangles(*lMesh);
     SetNormals(*lMesh, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, Normals(3),
                {2, 1, 0, 0, 1, 2});
-    SetUVs(*lMesh, kUV0, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(3),
+    SetUVs(*lMesh, sgUV0, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(3),
            {0, 1, 2, 2, 0, 1});
 
     moxtest::ReportCapture lReports;
@@ -593,7 +598,7 @@ TEST(MoxMeshSplit, WithoutNormalsReportsAndCreatesZeroNormalsForNewPoints)
     moxtest::MakeTwoTriangles(*lMesh);
     moxtest::ReportCapture lReports;
     EXPECT_TRUE(lMesh->SplitPoints());
-    EXPECT_TRUE(lReports.HasOnly(kFile, "SplitPoints", "isvalid && lNormals"));
+    EXPECT_TRUE(lReports.HasOnly(sgFile, "SplitPoints", "isvalid && lNormals"));
     const MoxLayerElementNormal* lNormals = lMesh->GetLayer(0)->GetNormals();
     ASSERT_NE(lNormals, nullptr);
     EXPECT_EQ(lNormals->GetMappingMode(), MoxLayerElement::eByControlPoint);
@@ -607,17 +612,17 @@ TEST(MoxMeshSplit, ReportsOutOfRangeIndicesAndMissingLists)
     // Polygon vertex 5 uses point 4, past the point count: it has no list and keeps its index.
     moxtest::BuildMesh(*lMesh, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, {{0, 1, 2}, {2, 1, 4}});
     SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eIndexToDirect, Normals(2), {0, 1, 7, -1});
-    SetUVs(*lMesh, kUV0, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(3), {0, 1, 2});
+    SetUVs(*lMesh, sgUV0, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(3), {0, 1, 2});
     MoxSkin* lSkin = MoxSkin::Create(lScope.Get(), "skin");
     lMesh->AddDeformer(lSkin);
     AddCluster(lScope, *lSkin, {{9, 1.0}});
 
     moxtest::ReportCapture lReports;
     EXPECT_TRUE(lMesh->SplitPoints());
-    const char* kRange = "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()";
+    const char* lRange = "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()";
     EXPECT_EQ(OwnReports(lReports), (std::vector<std::string>{
-                                        std::string("SplitPoints: ") + kRange,  // polygon vertex 2: index 7
-                                        std::string("SplitPoints: ") + kRange,  // polygon vertex 3: index 7
+                                        std::string("SplitPoints: ") + lRange,  // polygon vertex 2: index 7
+                                        std::string("SplitPoints: ") + lRange,  // polygon vertex 3: index 7
                                         "SplitPoints: -1 != lUVindex",          // polygon vertex 3
                                         "SplitPoints: -1 != lUVindex",          // polygon vertex 4
                                         "SplitPoints: -1 != lUVindex",          // polygon vertex 5
@@ -663,13 +668,15 @@ TEST(MoxMeshSplit, BlendShapeTargetsAreExtendedWithTheShortUVCopy)
     MoxBlendShape* lBlend = nullptr;
     // 32 control points: their UV copy moves 32 bytes, the first two UVs.
     std::vector<MoxVector4> lShapePoints;
-    for (int i = 0; i < 32; ++i) lShapePoints.push_back(MoxVector4(i, 10 + i, 20 + i, 1));
+    lShapePoints.reserve(32);
+    for (int i = 0; i < 32; ++i) lShapePoints.emplace_back(i, 10 + i, 20 + i, 1);
     MoxShape* lShape = AddShape(lScope, *lMesh, lBlend, lShapePoints);
     lShape->InitNormals();
     for (int i = 0; i < 32; ++i) lShape->GetLayer(0)->GetNormals()->mDirectArray->SetAt(i, N(i));
     std::vector<MoxVector2> lShapeUVs;
+    lShapeUVs.reserve(32);
     for (int i = 0; i < 32; ++i) lShapeUVs.push_back(UV(i + 1));
-    SetUVs(*lShape, kUV0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, lShapeUVs);
+    SetUVs(*lShape, sgUV0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, lShapeUVs);
 
     moxtest::ReportCapture lReports;
     EXPECT_TRUE(lMesh->SplitPoints());
@@ -793,7 +800,8 @@ TEST(MoxMeshMergeList, PairsAtTheMergeDistanceMergeExactlyWhenCloser)
                 lY = std::nextafter(lY, 0.0);
             for (double lOther : {lY, std::nextafter(lY, 1e300)}) {
                 for (int lAxis = 0; lAxis < 3; ++lAxis) {
-                    MoxVector4 lA(0, 0, 0), lB(0, 0, 0);
+                    MoxVector4 lA(0, 0, 0);
+                    MoxVector4 lB(0, 0, 0);
                     lA[lAxis] = lX;
                     lB[lAxis] = lOther;
                     lA[(lAxis + 1) % 3] = lB[(lAxis + 1) % 3] = 10.0 * ++lRow;
@@ -873,7 +881,8 @@ TEST(MoxMeshMergeList, MatchesTheAllPairsRuleOnRandomPointSets)
     for (int lRun = 0; lRun < 400; ++lRun) {
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MeshWithPoints(lScope, RandomPointSet(lRandom));
-        MoxArray<int> lFast, lPlain;
+        MoxArray<int> lFast;
+        MoxArray<int> lPlain;
         const bool lFastMerged = lMesh->BuildMergeList(lFast);
         const bool lPlainMerged = moxoracle::BuildMergeList(*lMesh, lPlain);
         ASSERT_EQ(lFastMerged, lPlainMerged) << lRun;
@@ -935,9 +944,9 @@ TEST(MoxMeshMergeList, MatchesTheClosedFormAcrossCellBordersAndExtremes)
                 lPoints.push_back(lPoint);
             }
             if (i % 7 == 0) lPoints.push_back(lPoint);  // zero distance
-            if (i % 11 == 0) lPoints.push_back(MoxVector4(lNaN, lPoint[1], lPoint[2]));
-            if (i % 13 == 0) lPoints.push_back(MoxVector4(lPoint[0], -lInf, lPoint[2]));
-            if (i % 17 == 0) lPoints.push_back(MoxVector4(1e300, -1e300, lPoint[2]));
+            if (i % 11 == 0) lPoints.emplace_back(lNaN, lPoint[1], lPoint[2]);
+            if (i % 13 == 0) lPoints.emplace_back(lPoint[0], -lInf, lPoint[2]);
+            if (i % 17 == 0) lPoints.emplace_back(1e300, -1e300, lPoint[2]);
         }
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MeshWithPoints(lScope, lPoints);
@@ -975,7 +984,7 @@ TEST(MoxMeshMerge, EdgeSearchesStopBeforeAnEdgeTheyNeverReach)
 {
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
-    moxtest::BuildMesh(*lMesh, kEmptyBeforeOnePoints, {{0, 1, 2}, {3}, {}, {3}});
+    moxtest::BuildMesh(*lMesh, sgEmptyBeforeOnePoints, {{0, 1, 2}, {3}, {}, {3}});
     SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(4));
     for (int lEdge : {0, 1, 2, 3, 4}) lMesh->mEdgeArray.Add(lEdge);
     MoxArray<int> lList;
@@ -1124,6 +1133,7 @@ void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std::mt1993
         const int lNormalKind = lInt(0, 6);
         const int lDirectCount = lInt(0, std::max(n, lVertexCount) + 2);
         std::vector<int> lIndex;
+        lIndex.reserve(std::max(n, lVertexCount) + 1);  // the most the loop can add, without a draw
         for (int i = 0; i < std::max(n, lVertexCount) + lInt(-2, 1); ++i) lIndex.push_back(lInt(-1, lDirectCount));
         switch (lNormalKind) {
             case 1:
@@ -1153,6 +1163,7 @@ void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std::mt1993
         const int lUVKind = lInt(0, 3);
         const int lUVCount = lInt(0, lVertexCount + 2);
         std::vector<int> lUVIndex;
+        lUVIndex.reserve(lVertexCount);  // the most the loop can add, without a draw
         for (int i = 0; i < lVertexCount + lInt(-2, 0); ++i) lUVIndex.push_back(lInt(-1, lUVCount));
         if (lUVKind == 1)
             SetUVs(pMesh, pType, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(lUVCount),
@@ -1174,8 +1185,9 @@ void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std::mt1993
         for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
             const int lSize = pMesh.GetPolygonSize(p);
             for (int i = 0; i < lSize; ++i) {
-                const int lA = pMesh.GetPolygonVertex(p, i), lB = pMesh.GetPolygonVertex(p, (i + 1) % lSize);
-                lSides.push_back({std::min(lA, lB), std::max(lA, lB)});
+                const int lA = pMesh.GetPolygonVertex(p, i);
+                const int lB = pMesh.GetPolygonVertex(p, (i + 1) % lSize);
+                lSides.emplace_back(std::min(lA, lB), std::max(lA, lB));
             }
         }
         for (int e = 0; e < pMesh.mEdgeArray.GetCount(); ++e) {
@@ -1201,14 +1213,14 @@ void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std::mt1993
         pMesh.AddDeformer(lSkin);
         for (int k = lInt(0, 3); k > 0; --k) {
             std::vector<std::pair<int, double>> lPairs;
-            for (int i = lInt(0, 8); i > 0; --i) lPairs.push_back({lInt(-1, n + 1), lInt(0, 8) / 8.0});
+            for (int i = lInt(0, 8); i > 0; --i) lPairs.emplace_back(lInt(-1, n + 1), lInt(0, 8) / 8.0);
             AddCluster(pScope, *lSkin, lPairs);
         }
     }
     MoxBlendShape* lBlend = nullptr;
     for (int s = lInt(0, 3); s > 0; --s) {
         std::vector<MoxVector4> lPoints;
-        for (int i = lInt(0, n + 3); i > 0; --i) lPoints.push_back(MoxVector4(lInt(0, 9), lInt(0, 9), s, 1));
+        for (int i = lInt(0, n + 3); i > 0; --i) lPoints.emplace_back(lInt(0, 9), lInt(0, 9), s, 1);
         MoxShape* lShape = AddShape(pScope, pMesh, lBlend, lPoints);
         const int lNormalKind = lInt(0, 2);
         if (lNormalKind >= 1) lShape->InitNormals(lNormalKind == 2 ? int(lPoints.size()) + 1 : 0);
@@ -1253,12 +1265,14 @@ TEST(MoxMeshSplitOracle, SplitMatchesThePlainAlgorithmOnRandomMeshes)
 {
     int lSplits = 0;
     for (unsigned lSeed = 1; lSeed <= 400; ++lSeed) {
-        const MoxLayerElement::EType lType = lSeed % 5 == 0 ? MoxLayerElement::eTextureChannel1 : kUV0;
+        const MoxLayerElement::EType lType = lSeed % 5 == 0 ? MoxLayerElement::eTextureChannel1 : sgUV0;
         moxtest::ManagerScope lScope;
         MoxMesh* lFast = RandomScenario(lScope, lSeed, lType);
         MoxMesh* lPlain = RandomScenario(lScope, lSeed, lType);
-        bool lFastResult, lPlainResult;
-        std::vector<std::string> lFastReports, lPlainReports;
+        bool lFastResult;
+        bool lPlainResult;
+        std::vector<std::string> lFastReports;
+        std::vector<std::string> lPlainReports;
         {
             moxtest::ReportCapture lReports;
             lFastResult = lFast->SplitPoints(lType);
@@ -1283,9 +1297,9 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
 {
     for (unsigned lSeed = 1; lSeed <= 400; ++lSeed) {
         moxtest::ManagerScope lScope;
-        MoxMesh* lFast = RandomScenario(lScope, lSeed, kUV0);
-        MoxMesh* lPlain = RandomScenario(lScope, lSeed, kUV0);
-        std::mt19937 lRandom(lSeed * 7919u);
+        MoxMesh* lFast = RandomScenario(lScope, lSeed, sgUV0);
+        MoxMesh* lPlain = RandomScenario(lScope, lSeed, sgUV0);
+        std::mt19937 lRandom(std::mt19937::result_type(lSeed * 7919u));
         // Mostly split meshes, as the merge expects; sometimes the mesh as built.
         if (lSeed % 4 != 0) {
             moxtest::ReportCapture lQuiet;
@@ -1306,7 +1320,8 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
             for (int i = 0; i < n; ++i) lList.Add(i);
         }
         MoxArray<int> lPlainList(lList);
-        std::vector<std::string> lFastReports, lPlainReports;
+        std::vector<std::string> lFastReports;
+        std::vector<std::string> lPlainReports;
         {
             moxtest::ReportCapture lReports;
             lFast->MergePointsForPolygonVerteNormals(lList);
@@ -1381,7 +1396,7 @@ TEST(MoxMeshSplit, CorruptedTablesAreSafe)
     int lRefused = 0;
     for (unsigned lSeed = 1; lSeed <= 300; ++lSeed) {
         moxtest::ManagerScope lScope;
-        MoxMesh* lMesh = RandomScenario(lScope, lSeed, kUV0);
+        MoxMesh* lMesh = RandomScenario(lScope, lSeed, sgUV0);
         const int lVertexCount = lMesh->GetPolygonVertexCount();
         for (MoxMesh::PolygonDef& lPolygon : lMesh->mPolygons) {
             if (lInt(0, 3) != 0) continue;
@@ -1414,7 +1429,7 @@ TEST(MoxMeshSplit, FailedAllocationsNeitherCrashNorLeak)
         moxtest::AllocationTracker lTracker;
         {
             moxtest::ManagerScope lScope;
-            MoxMesh* lMesh = RandomScenario(lScope, 11, kUV0);
+            MoxMesh* lMesh = RandomScenario(lScope, 11, sgUV0);
             lTracker.FailAt(lFail);
             lMesh->SplitPoints();
             MoxArray<int> lList;

@@ -110,10 +110,10 @@ TEST(MoxTangentBasis, TangentAlongTheNormalBecomesZero)
     const MoxVector4 lPositions[3] = {{0, 0, 0}, {0, 0, 1}, {0, 0, 2}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
     const Frames lFrames = Compute(lPositions, sgUpNormals, lUVs);
-    for (int k = 0; k < 3; ++k) {
-        EXPECT_EQ(lFrames.mTangents[k][0], 0.0);
-        EXPECT_EQ(lFrames.mTangents[k][1], 0.0);
-        EXPECT_EQ(lFrames.mTangents[k][2], 0.0);
+    for (const auto& mTangent : lFrames.mTangents) {
+        EXPECT_EQ(mTangent[0], 0.0);
+        EXPECT_EQ(mTangent[1], 0.0);
+        EXPECT_EQ(mTangent[2], 0.0);
     }
 }
 
@@ -123,7 +123,7 @@ TEST(MoxTangentBasis, ZeroHandednessSumCountsAsRightHanded)
     const MoxVector4 lNormals[3] = {{0, 0, 1}, {0, 0, -1}, {0, 1, 0}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
     const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
-    for (int k = 0; k < 3; ++k) ExpectVector(lFrames.mTangents[k], 1, 0, 0, 1);
+    for (const auto& mTangent : lFrames.mTangents) ExpectVector(mTangent, 1, 0, 0, 1);
     ExpectVector(lFrames.mBinormals[0], 0, 1, 0, 0);
     ExpectVector(lFrames.mBinormals[1], 0, -1, 0, 0);
     ExpectVector(lFrames.mBinormals[2], 0, 0, -1, 0);
@@ -136,7 +136,7 @@ TEST(MoxTangentBasis, NaNHandednessGivesMinusOneButKeepsBinormals)
     const MoxVector4 lNormals[3] = {{0, 0, 1e305}, {0, 0, -1e305}, {0, 0, 1}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1e-5}};
     const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
-    for (int k = 0; k < 3; ++k) ExpectVector(lFrames.mTangents[k], 1, 0, 0, -1);
+    for (const auto& mTangent : lFrames.mTangents) ExpectVector(mTangent, 1, 0, 0, -1);
     // Corner 2: N x T = (0, 1, 0), not negated. Corners 0 and 1: N x T, whose length overflows, normalised to
     // zeros that keep the signs the cross product gave them.
     ExpectVector(lFrames.mBinormals[2], 0, 1, 0, 0);
@@ -230,6 +230,7 @@ bool SameValues(const MoxVector4& pA, const MoxVector4& pB)
 {
     for (int i = 0; i < 4; ++i) {
         const bool lBothNaN = std::isnan(pA[i]) && std::isnan(pB[i]);
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are compared on purpose
         if (!lBothNaN && std::memcmp(&pA.mData[i], &pB.mData[i], sizeof(double)) != 0) return false;
     }
     return true;
@@ -256,7 +257,8 @@ TEST(MoxTangentBasis, MatchesLiteralStepsBitForBit)
         auto lValue = [&]() {
             return lSpecial ? SpecialComponent(lRandom) : std::uniform_int_distribution<int>(-4, 4)(lRandom) * 0.25;
         };
-        MoxVector4 lPositions[3], lNormals[3];
+        MoxVector4 lPositions[3];
+        MoxVector4 lNormals[3];
         MoxVector2 lUVs[3];
         for (int k = 0; k < 3; ++k) {
             lPositions[k] = MoxVector4(lValue(), lValue(), lValue(), lValue());
@@ -265,8 +267,10 @@ TEST(MoxTangentBasis, MatchesLiteralStepsBitForBit)
         }
         if (lCase % 3 == 0) lNormals[1] = lNormals[2] = lNormals[0];
         // Whatever the caller's arrays hold beforehand does not reach the result.
-        MoxVector4 lTangents[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}}, lBinormals[3];
-        MoxVector4 lExpectedTangents[3], lExpectedBinormals[3];
+        MoxVector4 lTangents[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}};
+        MoxVector4 lBinormals[3];
+        MoxVector4 lExpectedTangents[3];
+        MoxVector4 lExpectedBinormals[3];
         ComputeTangentsForTriangle(lTangents, lBinormals, lPositions, lNormals, lUVs);
         LiteralFrames(lExpectedTangents, lExpectedBinormals, lPositions, lNormals, lUVs);
         for (int k = 0; k < 3; ++k) {

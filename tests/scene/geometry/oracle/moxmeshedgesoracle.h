@@ -145,7 +145,7 @@ inline V2PV BuildV2PV(const MoxMesh& pMesh)
         if (lStart < 0 || lEnd < 0 || lStart >= n) continue;
         lEdges.insert({std::max(lStart, lEnd), std::min(lStart, lEnd)});
     }
-    for (const auto& lEdge : lEdges) lMap.mEdges.push_back({lEdge.second, lEdge.first});
+    for (const auto& lEdge : lEdges) lMap.mEdges.emplace_back(lEdge.second, lEdge.first);
     return lMap;
 }
 
@@ -221,7 +221,7 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh, const V2PV& pMap
     ComponentMaps lMaps;
     const int lVertexCount = pMesh.GetPolygonVertexCount();
     const int lPolygonCount = pMesh.GetPolygonCount();
-    const int E = pMesh.GetMeshEdgeCount();
+    const int lEdgeCount = pMesh.GetMeshEdgeCount();
     lMaps.mPolygonOffsets.push_back(0);
     for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
         lMaps.mPolygonOffsets.push_back(lMaps.mPolygonOffsets.back() + std::max(lPolygon.mSize, 0));
@@ -229,24 +229,24 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh, const V2PV& pMap
     // than its size writes past its list (and past the array, reported, for the last polygons).
     MoxArray<int> lPolygonEdges;
     lPolygonEdges.Resize(lVertexCount, false);
-    lMaps.mEdgeOffsets.assign(static_cast<size_t>(E) + 1, 0);
+    lMaps.mEdgeOffsets.assign(static_cast<size_t>(lEdgeCount) + 1, 0);
     const std::vector<int> lNext = ClosingVertices(pMesh);
     std::vector<int> lFill(static_cast<size_t>(lPolygonCount), 0);
     const int n = pMesh.GetControlPointsCount();
     std::set<long long> lSeen;
-    for (int e = 0; e < E; ++e) {
-        const int pv = pMesh.mEdgeArray.GetArray()[e];
-        if (pv < 0 || pv >= lVertexCount) {
+    for (int e = 0; e < lEdgeCount; ++e) {
+        const int lPosition = pMesh.mEdgeArray.GetArray()[e];
+        if (lPosition < 0 || lPosition >= lVertexCount) {
             ++lMaps.mSkippedOutOfRange;
             continue;
         }
-        const int u = pMesh.mPolygonVertices.GetArray()[pv];
+        const int u = pMesh.mPolygonVertices.GetArray()[lPosition];
         if (u >= n) {
             ++lMaps.mSkippedStart;
             continue;
         }
-        const int w =
-            lNext[static_cast<size_t>(pv)] != -1 ? lNext[static_cast<size_t>(pv)] : Vertex(pMesh, int64_t(pv) + 1);
+        const int w = lNext[static_cast<size_t>(lPosition)] != -1 ? lNext[static_cast<size_t>(lPosition)]
+                                                                  : Vertex(pMesh, int64_t(lPosition) + 1);
         if (!lSeen.insert((static_cast<long long>(n) + u) * n + w).second) continue;
         for (int k = 0; u >= 0 && k < pMap.mCount[static_cast<size_t>(u)]; ++k) {
             const std::pair<int, int> lCorner =
