@@ -7,8 +7,8 @@
 #        scripts/bench.sh --pipeline [TRIANGLES]
 #   --full      adds the meshes of 4M triangles (by default the torus goes up to 1M triangles)
 #   --pipeline  end to end instead: on a generated UV-mapped torus OBJ of TRIANGLES triangles (default
-#               1000000, with a UV seam; scripts/torusobj.py), the wall time and peak RSS of
-#               `moxmesh process IN -o OUT.glb --smooth-angle 45 --tangents` and of
+#               1000000, with a UV seam; scripts/torusobj.py), the wall time, peak RSS and minor page
+#               faults of `moxmesh process IN -o OUT.glb --smooth-angle 45 --tangents` and of
 #               `assimp export IN OUT.glb -gsn -cts -jiv` (Debian's assimp-utils), best of the repetitions;
 #               then moxmesh's steps in one more run (time, resident memory after the step, peak so far)
 #               and the OBJ read beside tinyobjloader's bare parse of the same file (moxmesh_objread_bench)
@@ -42,21 +42,22 @@ cd "$MOX_ROOT"
 cmake --preset bench >/dev/null
 
 # mox_pipeline_run NAME COMMAND...: runs COMMAND (its output to stderr) MOX_BENCH_REPETITIONS times and
-# prints a table row with the fastest wall time and the largest peak RSS.
+# prints a table row with the fastest wall time, the largest peak RSS and the fewest minor page faults.
 mox_pipeline_run()
 {
     local name="$1"
     shift
-    local best="" rss=0 run measured wall peak
+    local best="" rss=0 faults="" run measured wall peak minor
     for ((run = 0; run < ${MOX_BENCH_REPETITIONS:-1}; ++run)); do
         measured="$(mktemp)"
-        /usr/bin/time -f '%e %M' -o "$measured" "$@" >&2
-        read -r wall peak <"$measured"
+        /usr/bin/time -f '%e %M %R' -o "$measured" "$@" >&2
+        read -r wall peak minor <"$measured"
         rm -f "$measured"
         if [ -z "$best" ] || awk "BEGIN { exit !($wall < $best) }"; then best="$wall"; fi
         if [ "$peak" -gt "$rss" ]; then rss="$peak"; fi
+        if [ -z "$faults" ] || [ "$minor" -lt "$faults" ]; then faults="$minor"; fi
     done
-    printf '| %s | %.2f | %d |\n' "$name" "$best" $((rss / 1024))
+    printf '| %s | %.2f | %d | %d |\n' "$name" "$best" $((rss / 1024)) "$faults"
 }
 
 if $lPipeline; then
@@ -71,8 +72,8 @@ if $lPipeline; then
         "$(sed 's/.*\[\(.*\)\].*/\1/' /sys/kernel/mm/transparent_hugepage/enabled 2>/dev/null || echo unknown);" \
         "GLIBC_TUNABLES: ${GLIBC_TUNABLES:-unset}; best of ${MOX_BENCH_REPETITIONS:-1})"
     echo
-    echo "| program | wall s | peak RSS MB |"
-    echo "|---|---:|---:|"
+    echo "| program | wall s | peak RSS MB | minor page faults |"
+    echo "|---|---:|---:|---:|"
     mox_pipeline_run "moxmesh process --smooth-angle 45 --tangents" \
         build/bench/bin/moxmesh process "$lInput" -o "$lDirectory/moxmesh.glb" --smooth-angle 45 --tangents
     mox_pipeline_run "assimp export -gsn -cts -jiv" \

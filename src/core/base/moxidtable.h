@@ -1,6 +1,6 @@
 #pragma once
 // MoxIdTable: a hash table of ids (0 .. INT_MAX) whose keys live in the caller's arrays, for scratch use
-// inside one algorithm. Ids are only ever added; the table is dropped as a whole.
+// inside one algorithm. Ids are only ever added; the table is emptied (Reset) or dropped as a whole.
 //
 // Open addressing with linear probing over a power-of-two table from MoxMalloc. A slot holds an id and
 // the upper half of its key's hash (the tag), and the caller is asked "does id k have my key" only when
@@ -9,7 +9,8 @@
 // caller's hash of a stored id, so its size follows the ids stored, not the lookups. Find and FindOrAdd
 // are O(1) expected.
 //
-// Out of memory: Init returns false and FindOrAdd returns -2, the table unchanged. Nothing is reported.
+// Out of memory: Init and Reset return false and FindOrAdd returns -2, the table unchanged. Nothing is
+// reported.
 
 #include <cstddef>
 #include <cstdint>
@@ -29,11 +30,19 @@ public:
     MoxIdTable& operator=(MoxIdTable&&) = delete;
 
     // An empty table with room for pExpected ids before the first growth; false when memory ran out.
-    bool Init(int pExpected)
+    bool Init(int pExpected) { return Allocate(CapacityFor(pExpected)); }
+
+    // Empties the table, with room for pExpected ids before the next growth. The slots it has are reused
+    // when they are enough, and only the part of them that the new size uses is cleared: emptying for few
+    // ids costs little after many. False, unchanged, when memory ran out.
+    bool Reset(int pExpected)
     {
-        int64_t lCapacity = sgMinCapacity;
-        while (lCapacity < 2 * int64_t(pExpected)) lCapacity *= 2;
-        return Allocate(lCapacity);
+        const int64_t lCapacity = CapacityFor(pExpected);
+        if (lCapacity > mAllocated) return Allocate(lCapacity);
+        Clear(mSlots, lCapacity);
+        mMask = static_cast<uint64_t>(lCapacity - 1);
+        mCount = 0;
+        return true;
     }
 
     // The id stored with an equal key (pSame(id) says whether id's key is the one hashed to pHash), or -1.
@@ -68,15 +77,30 @@ private:
     static constexpr int64_t sgMinCapacity = 1024;
     static constexpr int64_t sgMaxCapacity = int64_t(1) << 30;
 
+    // The table size for pExpected ids: a power of two at least twice as large, sgMinCapacity at least.
+    static int64_t CapacityFor(int pExpected)
+    {
+        int64_t lCapacity = sgMinCapacity;
+        while (lCapacity < 2 * int64_t(pExpected)) lCapacity *= 2;
+        return lCapacity;
+    }
+
+    // Marks the first pCount slots of pSlots empty.
+    static void Clear(Slot* pSlots, int64_t pCount)
+    {
+        std::memset(static_cast<void*>(pSlots), 0xff, static_cast<size_t>(pCount) * sizeof(Slot));
+    }
+
     // Replaces the slots by pCapacity empty ones (a power of two); false, unchanged, when memory ran out.
     bool Allocate(int64_t pCapacity)
     {
         if (pCapacity > sgMaxCapacity) return false;
         auto* lSlots = static_cast<Slot*>(MoxMalloc(static_cast<size_t>(pCapacity) * sizeof(Slot)));
         if (!lSlots) return false;
-        std::memset(static_cast<void*>(lSlots), 0xff, static_cast<size_t>(pCapacity) * sizeof(Slot));
+        Clear(lSlots, pCapacity);
         MoxFree(mSlots);
         mSlots = lSlots;
+        mAllocated = pCapacity;
         mMask = static_cast<uint64_t>(pCapacity - 1);
         mCount = 0;
         return true;
@@ -107,6 +131,7 @@ private:
     }
 
     Slot* mSlots = nullptr;
+    int64_t mAllocated = 0;  // slots in mSlots; the table uses the first mMask + 1
     uint64_t mMask = 0;
     int mCount = 0;
 };

@@ -98,7 +98,7 @@ public:
     {
         mPoints = pPoints;
         if (!mCells.Get() || !mSites.Get() || !mRecent.Get() || !mTable.Init(pCount / 8)) return false;
-        std::fill(mRecent.Get(), mRecent.Get() + sgRecentSlots, -1);
+        std::fill(mRecent.Get(), mRecent.Get() + sgRecentSlots, Recent{0, -1});
         return true;
     }
 
@@ -108,22 +108,12 @@ public:
     {
         const MoxVector4& lPoint = mPoints[pPoint];
         if (!IsFinite(lPoint)) return -1;
-        int& lRecent = mRecent[static_cast<int64_t>(PositionHash(lPoint) & (sgRecentSlots - 1))];
-        if (lRecent >= 0 && mSites[lRecent].At(lPoint)) return lRecent;
-        Cell& lNew = mCells[mCellCount];
-        CellOf(lPoint, lNew.mKey);
-        const Cell* lCells = mCells.Get();
-        const int lCell = mTable.FindOrAdd(
-            CellHash(lNew.mKey), mCellCount, [lCells, &lNew](int pCell) { return lCells[pCell].Is(lNew.mKey); },
-            [lCells](int pCell) { return CellHash(lCells[pCell].mKey); });
-        if (lCell < 0) return -2;
-        if (lCell == mCellCount) mCells[mCellCount++].mFirstSite = -1;
-        lRecent = FindInCell(lCell, lPoint);
-        if (lRecent >= 0) return lRecent;
-        mSites[mSiteCount] = Site{{lPoint[0], lPoint[1], lPoint[2]}, pPoint, mCells[lCell].mFirstSite};
-        mCells[lCell].mFirstSite = mSiteCount;
-        lRecent = mSiteCount;
-        return mSiteCount++;
+        const uint64_t lHash = PositionHash(lPoint);
+        Recent& lRecent = mRecent[static_cast<int64_t>(lHash & (sgRecentSlots - 1))];
+        const uint32_t lTag = static_cast<uint32_t>(lHash >> 32);
+        if (lRecent.mTag == lTag && lRecent.mSite >= 0 && mSites[lRecent.mSite].At(lPoint)) return lRecent.mSite;
+        lRecent = Recent{lTag, FindOrAddSite(pPoint)};
+        return lRecent.mSite;
     }
 
     // The site of point pPoint once every point has been added; -1 for a non-finite point.
@@ -158,8 +148,13 @@ public:
 
 private:
     // Sites met lately, by a hash of their position: mesh points come in spatial order, so most points
-    // find their site here, in cache, rather than in the table.
+    // find their site here, in cache, rather than in the table. The tag (the upper half of the hash)
+    // spares reading a site that is not the one sought.
     static constexpr int sgRecentSlots = 1 << 14;
+    struct Recent {
+        uint32_t mTag;
+        int mSite;  // -1 for none
+    };
 
     // What a lookup reads of a cell, and of a site, lies in one cache line.
     struct Cell {
@@ -179,6 +174,31 @@ private:
         int mNext;   // the previous site of its cell, or -1
     };
 
+    // The site of pPoint, a finite point that missed the recent sites, added when it is the first point at
+    // its position; -2 when memory ran out. Points that miss the recent sites tend to come in the order
+    // their sites were made (a split mesh appends its copies in polygon-vertex order, and its first
+    // points are mostly in that order too), so the site after the last one found is tried before the
+    // table.
+    int FindOrAddSite(int pPoint)
+    {
+        const MoxVector4& lPoint = mPoints[pPoint];
+        if (mLastFound + 1 < mSiteCount && mSites[mLastFound + 1].At(lPoint)) return ++mLastFound;
+        Cell& lNew = mCells[mCellCount];
+        CellOf(lPoint, lNew.mKey);
+        const Cell* lCells = mCells.Get();
+        const int lCell = mTable.FindOrAdd(
+            CellHash(lNew.mKey), mCellCount, [lCells, &lNew](int pCell) { return lCells[pCell].Is(lNew.mKey); },
+            [lCells](int pCell) { return CellHash(lCells[pCell].mKey); });
+        if (lCell < 0) return -2;
+        if (lCell == mCellCount) mCells[mCellCount++].mFirstSite = -1;
+        mLastFound = FindInCell(lCell, lPoint);
+        if (mLastFound >= 0) return mLastFound;
+        mSites[mSiteCount] = Site{{lPoint[0], lPoint[1], lPoint[2]}, pPoint, mCells[lCell].mFirstSite};
+        mCells[lCell].mFirstSite = mSiteCount;
+        mLastFound = mSiteCount++;
+        return mLastFound;
+    }
+
     // The site of cell pCell at pPoint's position, or -1.
     int FindInCell(int pCell, const MoxVector4& pPoint) const
     {
@@ -190,10 +210,11 @@ private:
     const MoxVector4* mPoints = nullptr;
     MoxScratch<Cell> mCells;
     MoxScratch<Site> mSites;
-    MoxScratch<int> mRecent;  // a recent site per position hash, or -1
-    MoxIdTable mTable;        // cells by coordinates
+    MoxScratch<Recent> mRecent;  // a recent site per position hash
+    MoxIdTable mTable;           // cells by coordinates
     int mCellCount = 0;
     int mSiteCount = 0;
+    int mLastFound = -1;  // the site the last lookup on the grid gave
 };
 
 // Phase 1: every point joins its site; entry j becomes the first point of j's site, or j. That is the

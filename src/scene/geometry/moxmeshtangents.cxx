@@ -1,15 +1,14 @@
 // Tangent and binormal generation: one tangent and one binormal per polygon vertex for a UV set.
 //
 // Every polygon is cut into triangles (the whole polygon when the mesh holds triangles only, otherwise
-// a fan from its first vertex); each triangle gives per-corner frames (ComputeTangentsForTriangle) and
-// every corner becomes one record. The records of one control point are then welded: a record joins
-// the group of the LATEST earlier record whose normal agrees within 1e-06 in all four components, whose
-// UV index is equal and whose handedness (tangent w) is equal unless handedness is ignored; a record
-// with no such predecessor starts a group. Each group's tangents and binormals are summed in list order,
-// normalised, given w = -1.0 when the summed w is negative and +1.0 otherwise, and written at the polygon
-// vertex of every member. The "latest earlier match" rule is what assigning groups pairwise in list order,
-// later matches overwriting earlier ones, amounts to; it is order-dependent and not transitive, and the
-// weld reproduces it exactly.
+// a fan from its first vertex); each triangle gives per-corner frames (ComputeTangentsForTriangle, four
+// triangles at a time) and every corner becomes one record. The records of one control point are then
+// welded: a record joins the group of the LATEST earlier record whose normal agrees within 1e-06 in all
+// four components, whose UV index is equal and whose handedness (tangent w) is equal unless handedness
+// is ignored; a record with no such predecessor starts a group. Each group's tangents and binormals are summed in list
+// order, normalised, given w = -1.0 when the summed w is negative and +1.0 otherwise, and written at the polygon vertex
+// of every member. The "latest earlier match" rule is what assigning groups pairwise in list order, later matches
+// overwriting earlier ones, amounts to; it is order-dependent and not transitive, and the weld reproduces it exactly.
 //
 // Kept on purpose:
 // - In the fan pass a polygon of fewer than 2 vertices still moves the running polygon-vertex counter by
@@ -74,6 +73,8 @@
 #include <cstring>
 
 #include "core/base/moxcountingsort.h"
+#include "core/base/moxgridhash.h"
+#include "core/base/moxidtable.h"
 #include "core/base/moxscratch.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
@@ -105,6 +106,115 @@ int ClampToInt(int64_t pValue)
     return pValue > INT_MAX ? INT_MAX : static_cast<int>(pValue);
 }
 
+// ---- Frames and output --------------------------------------------------------------------------------
+
+// The locked tangent and binormal arrays of the target layer; either may be missing.
+struct FrameOutput {
+    MoxLayerElementArrayTemplate<MoxVector4>* mTangentArray = nullptr;
+    MoxLayerElementArrayTemplate<MoxVector4>* mBinormalArray = nullptr;
+    MoxVector4* mTangents = nullptr;
+    MoxVector4* mBinormals = nullptr;
+    int mTangentCount = 0;
+    int mBinormalCount = 0;
+
+    void Lock()
+    {
+        if (mTangentArray) {
+            mTangents = mTangentArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
+            mTangentCount = mTangents ? mTangentArray->GetCount() : 0;
+        }
+        if (mBinormalArray) {
+            mBinormals = mBinormalArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
+            mBinormalCount = mBinormals ? mBinormalArray->GetCount() : 0;
+        }
+    }
+    void Release()
+    {
+        if (mTangents) mTangentArray->Release(&mTangents);
+        if (mBinormals) mBinormalArray->Release(&mBinormals);
+    }
+    // Both arrays hold at least pCount values.
+    bool Covers(int pCount) const { return mTangentCount >= pCount && mBinormalCount >= pCount; }
+    void Write(int pPolygonVertex, const MoxVector4& pTangent, const MoxVector4& pBinormal) const
+    {
+        if (pPolygonVertex < mTangentCount) mTangents[pPolygonVertex] = pTangent;
+        if (pPolygonVertex < mBinormalCount) mBinormals[pPolygonVertex] = pBinormal;
+    }
+};
+
+// True when pElement already is what InitTangents / InitBinormals would leave of it for pCount values named
+// pName, so that only its values need writing.
+bool HasOutputShape(const MoxLayerElementTemplate<MoxVector4>* pElement, int pCount, const char* pName)
+{
+    return pElement && pElement->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
+           pElement->GetReferenceMode() == MoxLayerElement::eDirect && pElement->mIndexArray->GetCount() == 0 &&
+           pElement->mDirectArray->GetCount() == pCount && std::strcmp(pElement->GetName(), pName) == 0;
+}
+
+// The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
+// With pReuse, an element already of that shape keeps its values (the caller overwrites every one).
+FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pReuse)
+{
+    FrameOutput lOutput;
+    const MoxLayer* lLayer = pMesh.GetLayer(pLayer);
+    const int lCount = pMesh.GetPolygonVertexCount();
+    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetTangents(), lCount, pName)))
+        pMesh.InitTangents(lCount, pLayer, pName);
+    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
+    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetBinormals(), lCount, pName)))
+        pMesh.InitBinormals(lCount, pLayer, pName);
+    pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
+    lOutput.Lock();
+    return lOutput;
+}
+
+// Where the pass leaves each record's frame: a tangent and a binormal per slot, either working arrays or
+// the output's own arrays. The weld's inputs ride in the w components (see the file comment).
+class FrameSlots {
+public:
+    // Frames in pBlock, room for pSlotCount tangents and as many binormals.
+    void UseWorking(MoxVector4* pBlock, int pSlotCount)
+    {
+        mTangents = pBlock;
+        mBinormals = pBlock + pSlotCount;
+    }
+    // Frames in the output's arrays, written in place by the weld.
+    void UseOutput(const FrameOutput& pOutput)
+    {
+        mTangents = pOutput.mTangents;
+        mBinormals = pOutput.mBinormals;
+    }
+
+    // The frame of a new record, with its normal's direct-array index and its UV index.
+    void Store(int pSlot, const MoxVector4& pTangent, const MoxVector4& pBinormal, int pNormalIndex, int pUVIndex) const
+    {
+        mTangents[pSlot] = pTangent;
+        mTangents[pSlot][3] = pTangent[3] * (pNormalIndex + 2.0);
+        mBinormals[pSlot] = pBinormal;
+        mBinormals[pSlot][3] = pUVIndex;
+    }
+
+    // Takes back what Store put in the w components: the tangent's w becomes +-1.0 again (returned: true
+    // when mirrored), the binormal's 0.0.
+    bool TakeInputs(int pSlot, int& pNormalIndex, int& pUVIndex) const
+    {
+        double& lTangentW = mTangents[pSlot][3];
+        const bool lMirrored = lTangentW < 0.0;
+        pNormalIndex = static_cast<int>(std::fabs(lTangentW)) - 2;
+        lTangentW = lMirrored ? -1.0 : 1.0;
+        pUVIndex = static_cast<int>(mBinormals[pSlot][3]);
+        mBinormals[pSlot][3] = 0.0;
+        return lMirrored;
+    }
+
+    MoxVector4& Tangent(int pSlot) const { return mTangents[pSlot]; }
+    MoxVector4& Binormal(int pSlot) const { return mBinormals[pSlot]; }
+
+private:
+    MoxVector4* mTangents = nullptr;
+    MoxVector4* mBinormals = nullptr;
+};
+
 // ---- Reading corners ----------------------------------------------------------------------------------
 
 // The direct-array index of an element's value for the corner at pPolygonVertex (polygon start +
@@ -132,14 +242,34 @@ bool TryLookupIndex(const MoxLayerElementReader<T>& pElement, int pPolygon, int6
     return pElement.TryIndex(lComponent, pIndex);
 }
 
-// The three corners of one triangle, as ComputeTangentsForTriangle takes them, with what the weld
-// compares: each corner's UV index and the direct-array index of its normal (-1: the zero normal).
-struct TriangleInput {
-    MoxVector4 mPositions[3];
-    MoxVector4 mNormals[3];
-    MoxVector2 mUVs[3];
-    int mUVIndices[3];
-    int mNormalIndices[3];
+// Triangles on their way through the batch computation of their frames, with each corner's slot (-1: no
+// record), its UV index and the direct-array index of its normal (-1: the zero normal), which the weld
+// compares.
+struct TriangleBatch {
+    detail::MoxTangentBatch mFrames;
+    int mSlots[detail::sgTangentLanes][3] = {};
+    int mUVIndices[detail::sgTangentLanes][3] = {};
+    int mNormalIndices[detail::sgTangentLanes][3] = {};
+    int mCount = 0;  // triangles gathered; the next one goes to lane mCount
+
+    // The triangle just read into lane mCount is complete; a full batch is computed and stored.
+    void Commit(const FrameSlots& pFrames)
+    {
+        if (++mCount == detail::sgTangentLanes) Flush(pFrames);
+    }
+
+    // The frames of the gathered triangles, stored in the slots of their records.
+    void Flush(const FrameSlots& pFrames)
+    {
+        if (mCount == 0) return;
+        detail::MoxComputeTangentBatch(mFrames);
+        for (int l = 0; l < mCount; ++l)
+            for (int k = 0; k < 3; ++k)
+                if (mSlots[l][k] >= 0)
+                    pFrames.Store(mSlots[l][k], mFrames.mTangents[l][k], mFrames.mBinormals[l][k], mNormalIndices[l][k],
+                                  mUVIndices[l][k]);
+        mCount = 0;
+    }
 };
 
 // Reads corners: control point, position, normal, UV index and UV, in that order, as the lookups give them.
@@ -157,21 +287,25 @@ public:
         mUVValues.Bind(pMesh.GetElementUV(mUVSetName));
     }
 
-    // Corner pPosition of polygon pPolygon into slot pSlot of pInput; false (nothing else read) when its
-    // control point is negative.
-    bool Read(int pPolygon, int pPosition, TriangleInput& pInput, int pSlot)
+    // Corner pPosition of polygon pPolygon as corner pCorner of the triangle in pBatch's next lane; false
+    // (nothing else read) when its control point is negative.
+    bool Read(int pPolygon, int pPosition, TriangleBatch& pBatch, int pCorner)
     {
         const int64_t lVertex = int64_t(mPolygons[pPolygon].mIndex) + pPosition;
         const int lControlPoint =
             lVertex >= 0 && lVertex < mVertexCount ? mVertices[lVertex] : mMesh.GetPolygonVertex(pPolygon, pPosition);
         if (lControlPoint < 0) return false;
-        // GetControlPointAt's value: the point, or zero past the control points.
-        pInput.mPositions[pSlot] = lControlPoint < mPointCount ? mPoints[lControlPoint] : MoxVector4();
-        pInput.mNormalIndices[pSlot] = ReadNormal(pPolygon, pPosition, lVertex, pInput.mNormals[pSlot]);
+        const int lLane = pBatch.mCount;
+        MoxVector4 lNormal;
+        pBatch.mNormalIndices[lLane][pCorner] = ReadNormal(pPolygon, pPosition, lVertex, lNormal);
         if (!TryLookupIndex(mUVIndices, pPolygon, lVertex, mVertices, mVertexCount, mUVIndex))
             mMesh.GetPolygonVertexLayerElementIndex(mUVIndices.GetElement(), pPolygon, pPosition, mUVIndex);
-        pInput.mUVIndices[pSlot] = mUVIndex;
-        ReadUV(pPolygon, pPosition, lVertex, pInput.mUVs[pSlot]);
+        pBatch.mUVIndices[lLane][pCorner] = mUVIndex;
+        MoxVector2 lUV;
+        ReadUV(pPolygon, pPosition, lVertex, lUV);
+        // GetControlPointAt's value: the point, or zero past the control points.
+        pBatch.mFrames.SetCorner(lLane, pCorner, lControlPoint < mPointCount ? mPoints[lControlPoint] : MoxVector4(),
+                                 lNormal, lUV);
         return true;
     }
 
@@ -337,139 +471,25 @@ private:
     int mPlaced = 0;
 };
 
-// ---- Frames and output --------------------------------------------------------------------------------
-
-// The locked tangent and binormal arrays of the target layer; either may be missing.
-struct FrameOutput {
-    MoxLayerElementArrayTemplate<MoxVector4>* mTangentArray = nullptr;
-    MoxLayerElementArrayTemplate<MoxVector4>* mBinormalArray = nullptr;
-    MoxVector4* mTangents = nullptr;
-    MoxVector4* mBinormals = nullptr;
-    int mTangentCount = 0;
-    int mBinormalCount = 0;
-
-    void Lock()
-    {
-        if (mTangentArray) {
-            mTangents = mTangentArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
-            mTangentCount = mTangents ? mTangentArray->GetCount() : 0;
-        }
-        if (mBinormalArray) {
-            mBinormals = mBinormalArray->GetLocked(MoxLayerElementArray::eReadWriteLock);
-            mBinormalCount = mBinormals ? mBinormalArray->GetCount() : 0;
-        }
-    }
-    void Release()
-    {
-        if (mTangents) mTangentArray->Release(&mTangents);
-        if (mBinormals) mBinormalArray->Release(&mBinormals);
-    }
-    // Both arrays hold at least pCount values.
-    bool Covers(int pCount) const { return mTangentCount >= pCount && mBinormalCount >= pCount; }
-    void Write(int pPolygonVertex, const MoxVector4& pTangent, const MoxVector4& pBinormal) const
-    {
-        if (pPolygonVertex < mTangentCount) mTangents[pPolygonVertex] = pTangent;
-        if (pPolygonVertex < mBinormalCount) mBinormals[pPolygonVertex] = pBinormal;
-    }
-};
-
-// True when pElement already is what InitTangents / InitBinormals would leave of it for pCount values named
-// pName, so that only its values need writing.
-bool HasOutputShape(const MoxLayerElementTemplate<MoxVector4>* pElement, int pCount, const char* pName)
-{
-    return pElement && pElement->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
-           pElement->GetReferenceMode() == MoxLayerElement::eDirect && pElement->mIndexArray->GetCount() == 0 &&
-           pElement->mDirectArray->GetCount() == pCount && std::strcmp(pElement->GetName(), pName) == 0;
-}
-
-// The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
-// With pReuse, an element already of that shape keeps its values (the caller overwrites every one).
-FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pReuse)
-{
-    FrameOutput lOutput;
-    const MoxLayer* lLayer = pMesh.GetLayer(pLayer);
-    const int lCount = pMesh.GetPolygonVertexCount();
-    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetTangents(), lCount, pName)))
-        pMesh.InitTangents(lCount, pLayer, pName);
-    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
-    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetBinormals(), lCount, pName)))
-        pMesh.InitBinormals(lCount, pLayer, pName);
-    pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
-    lOutput.Lock();
-    return lOutput;
-}
-
-// Where the pass leaves each record's frame: a tangent and a binormal per slot, either working arrays or
-// the output's own arrays. The weld's inputs ride in the w components (see the file comment).
-class FrameSlots {
-public:
-    // Frames in pBlock, room for pSlotCount tangents and as many binormals.
-    void UseWorking(MoxVector4* pBlock, int pSlotCount)
-    {
-        mTangents = pBlock;
-        mBinormals = pBlock + pSlotCount;
-    }
-    // Frames in the output's arrays, written in place by the weld.
-    void UseOutput(const FrameOutput& pOutput)
-    {
-        mTangents = pOutput.mTangents;
-        mBinormals = pOutput.mBinormals;
-    }
-
-    // The frame of a new record, with its normal's direct-array index and its UV index.
-    void Store(int pSlot, const MoxVector4& pTangent, const MoxVector4& pBinormal, int pNormalIndex, int pUVIndex) const
-    {
-        mTangents[pSlot] = pTangent;
-        mTangents[pSlot][3] = pTangent[3] * (pNormalIndex + 2.0);
-        mBinormals[pSlot] = pBinormal;
-        mBinormals[pSlot][3] = pUVIndex;
-    }
-
-    // Takes back what Store put in the w components: the tangent's w becomes +-1.0 again (returned: true
-    // when mirrored), the binormal's 0.0.
-    bool TakeInputs(int pSlot, int& pNormalIndex, int& pUVIndex) const
-    {
-        double& lTangentW = mTangents[pSlot][3];
-        const bool lMirrored = lTangentW < 0.0;
-        pNormalIndex = static_cast<int>(std::fabs(lTangentW)) - 2;
-        lTangentW = lMirrored ? -1.0 : 1.0;
-        pUVIndex = static_cast<int>(mBinormals[pSlot][3]);
-        mBinormals[pSlot][3] = 0.0;
-        return lMirrored;
-    }
-
-    MoxVector4& Tangent(int pSlot) const { return mTangents[pSlot]; }
-    MoxVector4& Binormal(int pSlot) const { return mBinormals[pSlot]; }
-
-private:
-    MoxVector4* mTangents = nullptr;
-    MoxVector4* mBinormals = nullptr;
-};
-
 // ---- The fan pass -------------------------------------------------------------------------------------
 
 // Triangle meshes: one triangle per polygon; each corner's control point is read right after the corner.
 // False after reporting "pv >= 0".
 bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
 {
+    TriangleBatch lBatch;
     int64_t k = 0;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
-        TriangleInput lInput;
-        int lSlots[3];
         for (int j = 0; j < 3; ++j, ++k) {
-            if (!pReader.Read(p, j, lInput, j)) {
+            if (!pReader.Read(p, j, lBatch, j)) {
                 ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                 return false;
             }
-            lSlots[j] = pLists.Add(k, pReader.ControlPointAt(k));
+            lBatch.mSlots[lBatch.mCount][j] = pLists.Add(k, pReader.ControlPointAt(k));
         }
-        MoxVector4 lTangents[3];
-        MoxVector4 lBinormals[3];
-        ComputeTangentsForTriangle(lTangents, lBinormals, lInput.mPositions, lInput.mNormals, lInput.mUVs);
-        for (int j = 0; j < 3; ++j)
-            if (lSlots[j] >= 0)
-                pFrames.Store(lSlots[j], lTangents[j], lBinormals[j], lInput.mNormalIndices[j], lInput.mUVIndices[j]);
+        lBatch.Commit(pFrames);
     }
+    lBatch.Flush(pFrames);
     return true;
 }
 
@@ -477,31 +497,29 @@ bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordL
 // t + 2 from triangle t; a record goes to the running index + its position. False after "pv >= 0".
 bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
 {
+    TriangleBatch lBatch;
     int64_t k = 0;
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
         const int n = pMesh.mPolygons.GetArray()[p].mSize > 0 ? pMesh.mPolygons.GetArray()[p].mSize : 0;
         for (int t = 0; t + 2 < n; ++t) {
             const int lPositions[3] = {0, t + 1, t + 2};
-            TriangleInput lInput;
             for (int c = 0; c < 3; ++c) {
-                if (!pReader.Read(p, lPositions[c], lInput, c)) {
+                if (!pReader.Read(p, lPositions[c], lBatch, c)) {
                     ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                     return false;
                 }
             }
-            MoxVector4 lTangents[3];
-            MoxVector4 lBinormals[3];
-            ComputeTangentsForTriangle(lTangents, lBinormals, lInput.mPositions, lInput.mNormals, lInput.mUVs);
-            for (int c = t == 0 ? 0 : 2; c < 3; ++c) {
+            for (int c = 0; c < 3; ++c) {
                 const int64_t lIndex = k + lPositions[c];
-                const int lSlot = pLists.Add(lIndex, pReader.ControlPointAt(lIndex));
-                if (lSlot >= 0)
-                    pFrames.Store(lSlot, lTangents[c], lBinormals[c], lInput.mNormalIndices[c], lInput.mUVIndices[c]);
+                lBatch.mSlots[lBatch.mCount][c] =
+                    c >= (t == 0 ? 0 : 2) ? pLists.Add(lIndex, pReader.ControlPointAt(lIndex)) : -1;
             }
+            lBatch.Commit(pFrames);
         }
         // A polygon of fewer than 2 vertices still moves the index by 2 (kept on purpose).
         k += n >= 2 ? n : 2;
     }
+    lBatch.Flush(pFrames);
     return true;
 }
 
@@ -557,18 +575,18 @@ public:
     // Working memory for lists of up to pLongest records; none for 0.
     explicit WeldGrid(int pLongest)
         : mKeys(pLongest > 0 ? pLongest : -1),
-          mTable(pLongest > 0 ? TableSize(pLongest) : -1),
           mCellOf(pLongest > 0 ? pLongest : -1),
           mCellStart(pLongest > 0 ? int64_t(pLongest) + 1 : -1),
           mCellItems(pLongest > 0 ? pLongest : -1),
           mCellFill(pLongest > 0 ? pLongest : -1),
-          mNeeded(pLongest > 0)
+          mNeeded(pLongest > 0),
+          mHasTable(pLongest > 0 && mTable.Init(pLongest))
     {}
 
     bool IsAllocated() const
     {
-        return !mNeeded || (mKeys.Get() && mTable.Get() && mCellOf.Get() && mCellStart.Get() && mCellItems.Get() &&
-                            mCellFill.Get());
+        return !mNeeded ||
+               (mHasTable && mKeys.Get() && mCellOf.Get() && mCellStart.Get() && mCellItems.Get() && mCellFill.Get());
     }
 
     void AssignGroups(const WeldKey* pRecords, int pCount, bool pIgnoreHandedness, int* pGroups)
@@ -584,90 +602,80 @@ public:
     }
 
 private:
+    // A cell: its UV index and flags, then per component its grid coordinate or, keyed by value, the
+    // component's bits.
     struct CellKey {
-        double mCoord[4];
-        int mUVIndex;
-        int mFlags;  // bit i: component i keyed by value; bit 4: mirrored handedness
+        static constexpr int sgWords = 5;
+        uint64_t mWords[sgWords];
     };
+    static constexpr uint64_t sgMirrored = uint64_t(1) << 36;  // flag: mirrored handedness
+    static constexpr int sgValueKeyedShift = 32;               // flag bits 32 .. 35: component keyed by value
 
     static constexpr double sgCellScale = 262144.0;        // 2^18 cells per unit
     static constexpr double sgValueKeyed = 17179869184.0;  // 2^34
-
-    // Open-addressing table size for pCount entries: a power of two at least twice pCount.
-    static int64_t TableSize(int pCount)
-    {
-        int64_t lSize = 2;
-        while (lSize < 2 * int64_t(pCount)) lSize *= 2;
-        return lSize;
-    }
 
     // The key of pRecord's cell and, per component, the neighbour (-1, 0, +1) that may hold a partner.
     // False for a normal that welds to nothing.
     bool MakeKey(const WeldKey& pRecord, CellKey& pKey, int* pSides) const
     {
-        pKey.mUVIndex = pRecord.mUVIndex;
-        pKey.mFlags = !mIgnoreHandedness && pRecord.mMirrored ? 16 : 0;
+        uint64_t lFlags = !mIgnoreHandedness && pRecord.mMirrored ? sgMirrored : 0;
         for (int i = 0; i < 4; ++i) {
             const double lValue = pRecord.mNormal[i];
             if (!std::isfinite(lValue)) return false;
             pSides[i] = 0;
             if (std::fabs(lValue) >= sgValueKeyed) {
-                pKey.mCoord[i] = lValue;
-                pKey.mFlags |= 1 << i;
+                std::memcpy(&pKey.mWords[1 + i], &lValue, sizeof(lValue));
+                lFlags |= uint64_t(1) << (sgValueKeyedShift + i);
                 continue;
             }
+            // Cells centred on multiples of their width: exact values such as 0 and 1 lie mid-cell.
             const double lScaled = lValue * sgCellScale + 0.5;
-            const double lCell = std::floor(lScaled);
-            const double lOffset = lScaled - lCell;
+            const int64_t lCell = MoxGridCoordinate(lScaled, 1.0);
+            const double lOffset = lScaled - double(lCell);
             pSides[i] = lOffset < 0.3 ? -1 : (lOffset > 0.7 ? 1 : 0);
-            pKey.mCoord[i] = lCell + 0.0;  // no -0.0 in keys
+            pKey.mWords[1 + i] = uint64_t(lCell);
         }
+        pKey.mWords[0] = uint64_t(uint32_t(pRecord.mUVIndex)) | lFlags;
         return true;
     }
 
     static uint64_t Hash(const CellKey& pKey)
     {
-        uint64_t lHash = (uint64_t(uint32_t(pKey.mUVIndex)) << 8 | uint64_t(pKey.mFlags)) * 0x9E3779B97F4A7C15ull;
-        for (double lCoord : pKey.mCoord) {
-            uint64_t lBits = 0;
-            std::memcpy(&lBits, &lCoord, sizeof(lBits));
-            lHash = (lHash ^ lBits) * 0xFF51AFD7ED558CCDull;
-            lHash ^= lHash >> 32;
-        }
-        return lHash;
+        return MoxGridCellHash(MoxGridLinearHash(pKey.mWords, CellKey::sgWords));
     }
 
     static bool SameKey(const CellKey& pA, const CellKey& pB)
     {
-        return pA.mUVIndex == pB.mUVIndex && pA.mFlags == pB.mFlags && pA.mCoord[0] == pB.mCoord[0] &&
-               pA.mCoord[1] == pB.mCoord[1] && pA.mCoord[2] == pB.mCoord[2] && pA.mCoord[3] == pB.mCoord[3];
+        return std::memcmp(pA.mWords, pB.mWords, sizeof(pA.mWords)) == 0;
     }
 
-    // The cell of pKey, added when pInsert; -1 when absent.
-    int FindCell(const CellKey& pKey, bool pInsert)
+    // The cell of pKey; -1 when absent.
+    int FindCell(const CellKey& pKey) const
     {
-        for (uint64_t h = Hash(pKey) & mMask;; h = (h + 1) & mMask) {
-            const int lCell = mTable[h];
-            if (lCell >= 0 && SameKey(mKeys[lCell], pKey)) return lCell;
-            if (lCell >= 0) continue;
-            if (!pInsert) return -1;
-            mKeys[mCellCount] = pKey;
-            mTable[h] = mCellCount;
-            return mCellCount++;
-        }
+        return mTable.Find(Hash(pKey), [this, &pKey](int pCell) { return SameKey(mKeys[pCell], pKey); });
+    }
+
+    // The cell of pKey, added as the next cell when absent.
+    int AddCell(const CellKey& pKey)
+    {
+        mKeys[mCellCount] = pKey;
+        const int lCell = mTable.FindOrAdd(
+            Hash(pKey), mCellCount, [this, &pKey](int pCell) { return SameKey(mKeys[pCell], pKey); },
+            [this](int pCell) { return Hash(mKeys[pCell]); });
+        if (lCell == mCellCount) ++mCellCount;
+        return lCell;
     }
 
     // Cell of every entry, and every cell's entries in list order (counting sort by cell).
     void BucketByCell(int pCount)
     {
-        const int64_t lSize = TableSize(pCount);
-        mMask = uint64_t(lSize) - 1;
-        std::memset(mTable.Get(), 0xFF, size_t(lSize) * sizeof(int));
+        // Within the room the constructor made: no allocation, and no growth while adding.
+        mTable.Reset(pCount);
         mCellCount = 0;
         for (int j = 0; j < pCount; ++j) {
             CellKey lKey;
             int lSides[4];
-            mCellOf[j] = MakeKey(mRecords[j], lKey, lSides) ? FindCell(lKey, true) : -1;
+            mCellOf[j] = MakeKey(mRecords[j], lKey, lSides) ? AddCell(lKey) : -1;
         }
         detail::MoxGroupByKey(mCellOf.Get(), pCount, mCellCount, mCellStart.Get(), mCellItems.Get());
         std::memset(mCellFill.Get(), 0, size_t(mCellCount) * sizeof(int));
@@ -684,7 +692,7 @@ private:
     }
 
     // Latest earlier entry that entry pEntry welds to, or -1: its own cell first, then its neighbours.
-    int FindLatestPartner(int pEntry)
+    int FindLatestPartner(int pEntry) const
     {
         CellKey lKey{};
         int lSides[4] = {0, 0, 0, 0};
@@ -697,21 +705,21 @@ private:
         for (int lMask = 1; lMask < (1 << lAxisCount); ++lMask) {
             CellKey lNeighbour = lKey;
             for (int a = 0; a < lAxisCount; ++a)
-                if (lMask & (1 << a)) lNeighbour.mCoord[lAxes[a]] += lSides[lAxes[a]];
-            const int lCell = FindCell(lNeighbour, false);
+                if (lMask & (1 << a)) lNeighbour.mWords[1 + lAxes[a]] += uint64_t(int64_t(lSides[lAxes[a]]));
+            const int lCell = FindCell(lNeighbour);
             if (lCell >= 0) lBest = ScanCell(lCell, pEntry, lBest);
         }
         return lBest;
     }
 
     MoxScratch<CellKey> mKeys;
-    MoxScratch<int> mTable;
     MoxScratch<int> mCellOf;
     MoxScratch<int> mCellStart;
     MoxScratch<int> mCellItems;
     MoxScratch<int> mCellFill;  // per cell: entries already passed (while assigning)
     bool mNeeded;
-    uint64_t mMask = 0;
+    MoxIdTable mTable;  // cells by key
+    bool mHasTable;
     int mCellCount = 0;
     const WeldKey* mRecords = nullptr;
     bool mIgnoreHandedness = false;

@@ -1,5 +1,5 @@
 // MoxIdTable against std::map on random keys kept in the caller's array, through growth, with colliding
-// hashes, and without memory.
+// hashes, and without memory; emptied and used again.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -80,6 +80,46 @@ TEST(MoxIdTable, WithoutMemoryNothingIsAdded)
         EXPECT_EQ(lAdd(lTable, 512), -2);
         for (uint64_t k = 0; k < 512; ++k) EXPECT_EQ(lAdd(lTable, k), int(k));
         EXPECT_EQ(lAdd(lTable, 512), 512);
+    }
+    EXPECT_EQ(lTracker.Live(), 0);
+}
+
+TEST(MoxIdTable, ResetEmptiesAndReusesItsSlots)
+{
+    moxtest::AllocationTracker lTracker;
+    {
+        std::vector<uint64_t> lKeys;
+        auto lHashOf = [&lKeys](int pId) { return MoxMixBits(lKeys[size_t(pId)]); };
+        auto lAdd = [&lKeys, &lHashOf](MoxIdTable& pTable, uint64_t pKey) {
+            const int lId = pTable.FindOrAdd(
+                MoxMixBits(pKey), int(lKeys.size()), [&lKeys, pKey](int pId) { return lKeys[size_t(pId)] == pKey; },
+                lHashOf);
+            if (lId == int(lKeys.size())) lKeys.push_back(pKey);
+            return lId;
+        };
+        auto lFind = [&lKeys](const MoxIdTable& pTable, uint64_t pKey) {
+            return pTable.Find(MoxMixBits(pKey), [&lKeys, pKey](int pId) { return lKeys[size_t(pId)] == pKey; });
+        };
+        MoxIdTable lTable;
+        ASSERT_TRUE(lTable.Init(3000));
+        for (uint64_t k = 0; k < 3000; ++k) ASSERT_EQ(lAdd(lTable, k), int(k));
+        // Room for fewer ids needs no memory; the table forgets every id.
+        lTracker.FailAll(true);
+        ASSERT_TRUE(lTable.Reset(10));
+        lTracker.FailAll(false);
+        for (uint64_t k = 0; k < 3000; ++k) EXPECT_EQ(lFind(lTable, k), -1);
+        // Keys stored again get their new ids, through growth beyond the part Reset cleared.
+        lKeys.clear();
+        for (uint64_t k = 0; k < 5000; ++k) ASSERT_EQ(lAdd(lTable, 7 * k), int(k));
+        for (uint64_t k = 0; k < 5000; ++k) EXPECT_EQ(lFind(lTable, 7 * k), int(k));
+        EXPECT_EQ(lFind(lTable, 1), -1);
+        // Room for more ids than the slots hold takes new slots, and without memory keeps the old ones.
+        lTracker.FailAll(true);
+        EXPECT_FALSE(lTable.Reset(100000));
+        lTracker.FailAll(false);
+        EXPECT_EQ(lFind(lTable, 7), 1);
+        ASSERT_TRUE(lTable.Reset(100000));
+        EXPECT_EQ(lFind(lTable, 7), -1);
     }
     EXPECT_EQ(lTracker.Live(), 0);
 }

@@ -539,16 +539,19 @@ Outcome Capture(const MoxMesh& pMesh, bool pResult, const moxtest::ReportCapture
     return lOutcome;
 }
 
-// The scenario's call on the library's mesh and on the oracle's, with the same outcome.
+// The scenario's call on the library's mesh and on the oracle's, with the same outcome; a mesh well-formed
+// before the call is still well-formed after it.
 void CompareCall(MoxMesh& pMesh, MoxMesh& pOracleMesh, const Scenario& pScenario, const std::string& pWhat)
 {
     Outcome lLibrary;
     Outcome lOracle;
+    const bool lWellFormed = pMesh.IsWellFormed();
     {
         moxtest::ReportCapture lReports;
         const bool lResult = RunLibrary(pMesh, pScenario);
         lLibrary = Capture(pMesh, lResult, lReports);
     }
+    EXPECT_TRUE(!lWellFormed || pMesh.IsWellFormed()) << pWhat;
     {
         moxtest::ReportCapture lReports;
         const bool lResult = RunOracle(pOracleMesh, pScenario);
@@ -646,7 +649,9 @@ void CompareFanWithOracle(int pCount, unsigned pSeed, bool pIgnoreHandedness)
         auto lUV = [&lRandom](int) { return std::uniform_int_distribution<int>(0, 2)(lRandom) ? 0 : 1; };
         MakeApexFan(*lMesh, pCount, lNormal, lUV);
     }
+    ASSERT_TRUE(lMeshes[0]->IsWellFormed());
     ASSERT_TRUE(lMeshes[0]->GenerateTangentsDataForAllUVSets(true, pIgnoreHandedness));
+    EXPECT_TRUE(lMeshes[0]->IsWellFormed());
     ASSERT_TRUE(OracleForAllUVSets(*lMeshes[1], true, pIgnoreHandedness));
     const std::vector<MoxVector4> lTangents = Tangents(*lMeshes[0]);
     const std::vector<MoxVector4> lOracleTangents = Tangents(*lMeshes[1]);

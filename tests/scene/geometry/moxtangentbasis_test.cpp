@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <string>
 
 #include "support/moxtestsupport.h"
 
@@ -247,35 +248,72 @@ double SpecialComponent(std::mt19937& pRandom)
     return std::uniform_real_distribution<double>(-1.0, 1.0)(pRandom);
 }
 
-// Bit for bit (NaN for NaN) the result of the literal steps, on ordinary and on degenerate triangles (equal points,
-// equal UVs, axis-aligned edges, underflowing and non-finite components).
+// A triangle of ordinary values (multiples of 0.25) or, with pSpecial, of SpecialComponent's values.
+struct RandomTriangle {
+    MoxVector4 mPositions[3], mNormals[3];
+    MoxVector2 mUVs[3];
+};
+
+RandomTriangle MakeRandomTriangle(std::mt19937& pRandom, bool pSpecial)
+{
+    auto lValue = [&]() {
+        return pSpecial ? SpecialComponent(pRandom) : std::uniform_int_distribution<int>(-4, 4)(pRandom) * 0.25;
+    };
+    RandomTriangle lTriangle;
+    for (int k = 0; k < 3; ++k) {
+        lTriangle.mPositions[k] = MoxVector4(lValue(), lValue(), lValue(), lValue());
+        lTriangle.mNormals[k] = MoxVector4(lValue(), lValue(), lValue(), lValue());
+        lTriangle.mUVs[k] = MoxVector2(lValue(), lValue());
+    }
+    return lTriangle;
+}
+
+// pTangents and pBinormals are the literal steps' frames of pTriangle.
+void ExpectLiteralFrames(const MoxVector4* pTangents, const MoxVector4* pBinormals, const RandomTriangle& pTriangle,
+                         const std::string& pWhat)
+{
+    MoxVector4 lExpectedTangents[3], lExpectedBinormals[3];
+    LiteralFrames(lExpectedTangents, lExpectedBinormals, pTriangle.mPositions, pTriangle.mNormals, pTriangle.mUVs);
+    for (int k = 0; k < 3; ++k) {
+        ASSERT_TRUE(SameValues(pTangents[k], lExpectedTangents[k])) << pWhat << " corner " << k;
+        ASSERT_TRUE(SameValues(pBinormals[k], lExpectedBinormals[k])) << pWhat << " corner " << k;
+    }
+}
+
+// Bit for bit (NaN for NaN) the result of the literal steps, on ordinary and on degenerate triangles (equal
+// points, equal UVs, axis-aligned edges, underflowing and non-finite components).
 TEST(MoxTangentBasis, MatchesLiteralStepsBitForBit)
 {
     std::mt19937 lRandom(7);
     for (int lCase = 0; lCase < 20000; ++lCase) {
-        const bool lSpecial = lCase % 4 == 0;
-        auto lValue = [&]() {
-            return lSpecial ? SpecialComponent(lRandom) : std::uniform_int_distribution<int>(-4, 4)(lRandom) * 0.25;
-        };
-        MoxVector4 lPositions[3];
-        MoxVector4 lNormals[3];
-        MoxVector2 lUVs[3];
-        for (int k = 0; k < 3; ++k) {
-            lPositions[k] = MoxVector4(lValue(), lValue(), lValue(), lValue());
-            lNormals[k] = MoxVector4(lValue(), lValue(), lValue(), lValue());
-            lUVs[k] = MoxVector2(lValue(), lValue());
-        }
-        if (lCase % 3 == 0) lNormals[1] = lNormals[2] = lNormals[0];
+        RandomTriangle lTriangle = MakeRandomTriangle(lRandom, lCase % 4 == 0);
+        if (lCase % 3 == 0) lTriangle.mNormals[1] = lTriangle.mNormals[2] = lTriangle.mNormals[0];
         // Whatever the caller's arrays hold beforehand does not reach the result.
         MoxVector4 lTangents[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}};
         MoxVector4 lBinormals[3];
-        MoxVector4 lExpectedTangents[3];
-        MoxVector4 lExpectedBinormals[3];
-        ComputeTangentsForTriangle(lTangents, lBinormals, lPositions, lNormals, lUVs);
-        LiteralFrames(lExpectedTangents, lExpectedBinormals, lPositions, lNormals, lUVs);
-        for (int k = 0; k < 3; ++k) {
-            ASSERT_TRUE(SameValues(lTangents[k], lExpectedTangents[k])) << lCase << " " << k;
-            ASSERT_TRUE(SameValues(lBinormals[k], lExpectedBinormals[k])) << lCase << " " << k;
+        ComputeTangentsForTriangle(lTangents, lBinormals, lTriangle.mPositions, lTriangle.mNormals, lTriangle.mUVs);
+        ExpectLiteralFrames(lTangents, lBinormals, lTriangle, std::to_string(lCase));
+        if (HasFatalFailure()) return;
+    }
+}
+
+// Every lane of a full batch is its own triangle, bit for bit (NaN for NaN) the literal steps.
+TEST(MoxTangentBasis, BatchLanesMatchLiteralStepsBitForBit)
+{
+    std::mt19937 lRandom(11);
+    for (int lCase = 0; lCase < 5000; ++lCase) {
+        detail::MoxTangentBatch lBatch;
+        RandomTriangle lTriangles[detail::sgTangentLanes];
+        for (int l = 0; l < detail::sgTangentLanes; ++l) {
+            lTriangles[l] = MakeRandomTriangle(lRandom, (lCase + l) % 2 == 0);
+            for (int k = 0; k < 3; ++k)
+                lBatch.SetCorner(l, k, lTriangles[l].mPositions[k], lTriangles[l].mNormals[k], lTriangles[l].mUVs[k]);
+        }
+        detail::MoxComputeTangentBatch(lBatch);
+        for (int l = 0; l < detail::sgTangentLanes; ++l) {
+            ExpectLiteralFrames(lBatch.mTangents[l], lBatch.mBinormals[l], lTriangles[l],
+                                std::to_string(lCase) + " lane " + std::to_string(l));
+            if (HasFatalFailure()) return;
         }
     }
 }

@@ -89,6 +89,28 @@ TEST_F(DemoPipeline, TangentsSplitMergeAndCleanUp)
     EXPECT_EQ(RemoveBadPolygons(Mesh()), "removed 1 bad polygon, 50 polygons left");
 }
 
+TEST_F(DemoPipeline, DropUnwrittenElementsKeepsWhatIsWritten)
+{
+    BuildEdges(Mesh());
+    SmoothByAngle(Mesh(), 30.0);
+    GenerateNormals(Mesh(), false);
+    GenerateTangents(Mesh());
+    const moxsdk::MoxLayer& lLayer = *Mesh().GetLayer(0);
+    ASSERT_NE(lLayer.GetBinormals(), nullptr);
+    ASSERT_NE(lLayer.GetSmoothing(), nullptr);
+
+    DropUnwrittenElements(Mesh());
+    EXPECT_EQ(lLayer.GetBinormals(), nullptr);
+    EXPECT_EQ(lLayer.GetSmoothing(), nullptr);
+    ASSERT_NE(lLayer.GetNormals(), nullptr);
+    EXPECT_EQ(lLayer.GetNormals()->mDirectArray->GetCount(), 227);
+    ASSERT_NE(lLayer.GetTangents(), nullptr);
+    EXPECT_EQ(lLayer.GetTangents()->mDirectArray->GetCount(), 227);
+    EXPECT_NE(lLayer.GetUVs(), nullptr);
+    EXPECT_NE(lLayer.GetMaterials(), nullptr);
+    EXPECT_EQ(Mesh().GetMeshEdgeCount(), 113);
+}
+
 TEST(PipelineSteps, NormalsByControlPoint)
 {
     ManagedMesh lModel;

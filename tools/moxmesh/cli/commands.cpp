@@ -132,6 +132,7 @@ ProcessReport RunProcessSteps(const ProcessOptions& pOptions, std::ostream& pErr
     if (pOptions.mSplit) lSteps.push_back({"SplitPoints", [&lMesh] { return SplitPoints(lMesh->Mesh()); }});
     lSteps.push_back(Step{"write", [&pOptions, &lMesh, &lReport] {
                               lReport.mProcessed = CountMesh(lMesh->Mesh());
+                              DropUnwrittenElements(lMesh->Mesh());
                               lReport.mWritten = WriteMesh(lMesh->Mesh(), pOptions.mOutput);
                               return DescribeWrite(lReport.mWritten);
                           }});

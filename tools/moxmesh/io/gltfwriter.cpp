@@ -161,8 +161,7 @@ private:
         if (mVertices.mLayout.mNormals) lAddColumn("NORMAL", 3);
         for (int c = 0; c < mVertices.mLayout.mUVSets; ++c) lAddColumn("TEXCOORD_" + std::to_string(c), 2);
         if (mVertices.mLayout.mTangents) lAddColumn("TANGENT", 4);
-        mTriangles.push_back(Triangles(pPart));
-        const std::vector<unsigned>& lIndices = mTriangles.back();
+        const std::vector<unsigned>& lIndices = TriangleIndices(pPart);
         BufferArray lIndexArray{lIndices.size(), 1, false, [&lIndices](size_t pFirst, size_t pCount, void* pOut) {
                                     std::memcpy(pOut, lIndices.data() + pFirst, pCount * sizeof(unsigned));
                                 }};
@@ -170,11 +169,20 @@ private:
         return lPrimitive;
     }
 
+    // The vertices of the part's triangles: its corners themselves when every polygon is a triangle (each
+    // has 3 or more), else the fans kept in mTriangles.
+    const std::vector<unsigned>& TriangleIndices(const VertexPart& pPart)
+    {
+        if (pPart.mCorners.size() == 3 * pPart.mPolygons.size()) return pPart.mCorners;
+        mTriangles.push_back(Triangles(pPart));
+        return mTriangles.back();
+    }
+
     // The triangles of the part's polygons, fans from each polygon's first vertex.
     std::vector<unsigned> Triangles(const VertexPart& pPart) const
     {
         std::vector<unsigned> lIndices;
-        lIndices.reserve(pPart.mCorners.size() * 3);
+        lIndices.reserve(3 * (pPart.mCorners.size() - 2 * pPart.mPolygons.size()));
         size_t lCorner = 0;
         for (int lPolygon : pPart.mPolygons) {
             const int lSize = mMesh.GetPolygonSize(lPolygon);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace moxmeshtool {
 namespace {
@@ -136,6 +137,18 @@ bool ReadCorner(Cursor pToken, int& pVertex, int& pUV, int& pNormal)
     return lAt == pToken.mEnd;
 }
 
+// Records pIndex for the latest polygon vertex (pArrays.mVertices' last); an index array stays empty as
+// long as every index it would hold is -1, and is filled with -1 up to the corner that first has one.
+void AddIndex(int pIndex, const ObjArrays& pArrays, std::vector<int>& pIndices)
+{
+    if (pIndices.empty()) {
+        if (pIndex < 0) return;
+        pIndices.reserve(pArrays.mVertices.capacity());
+        pIndices.assign(pArrays.mVertices.size() - 1, -1);
+    }
+    pIndices.push_back(pIndex);
+}
+
 // The statement after "f": its vertices, as many as it has.
 bool ReadFace(Cursor& pLine, ObjArrays& pArrays)
 {
@@ -146,8 +159,8 @@ bool ReadFace(Cursor& pLine, ObjArrays& pArrays)
         int lNormal = 0;
         if (!ReadCorner(lToken, lVertex, lUV, lNormal)) return false;
         pArrays.mVertices.push_back(lVertex);
-        pArrays.mUVIndices.push_back(lUV);
-        pArrays.mNormalIndices.push_back(lNormal);
+        AddIndex(lUV, pArrays, pArrays.mUVIndices);
+        AddIndex(lNormal, pArrays, pArrays.mNormalIndices);
     }
     if (lCount < 3 || lCount > sgMaxFaceVertices) return false;
     pArrays.mPolygonSizes.push_back(lCount);
@@ -168,6 +181,58 @@ bool ReadStatement(Cursor pLine, ObjArrays& pArrays)
     return false;
 }
 
+// How many values and polygon vertices the text states, counted ahead so that each array is allocated
+// once (growing one would copy it and touch fresh memory again). Lines are taken up to "\n" only and a
+// face's polygon vertices are its blank-separated words: where that miscounts (lines ended by "\r"
+// alone), an array grows as it would anyway.
+struct StatementCounts {
+    size_t mPositions = 0;
+    size_t mUVs = 0;
+    size_t mNormals = 0;
+    size_t mFaces = 0;
+    size_t mCorners = 0;
+};
+
+// The words of [pBegin, pEnd) that follow a blank: a face's polygon vertices after its "f".
+size_t CountWordsAfterBlanks(const char* pBegin, const char* pEnd)
+{
+    size_t lCount = 0;
+    for (const char* lAt = pBegin; lAt + 1 < pEnd; ++lAt) lCount += IsBlank(lAt[0]) && !IsBlank(lAt[1]) ? 1 : 0;
+    return lCount;
+}
+
+StatementCounts CountStatements(const char* pBegin, const char* pEnd)
+{
+    StatementCounts lCounts;
+    for (const char* lAt = pBegin; lAt < pEnd;) {
+        const void* lNewLine = std::memchr(lAt, '\n', static_cast<size_t>(pEnd - lAt));
+        const char* lLineEnd = lNewLine ? static_cast<const char*>(lNewLine) : pEnd;
+        Cursor lLine{lAt, lLineEnd};
+        lLine.SkipBlanks();
+        if (lLine.Take("v"))
+            ++lCounts.mPositions;
+        else if (lLine.Take("vt"))
+            ++lCounts.mUVs;
+        else if (lLine.Take("vn"))
+            ++lCounts.mNormals;
+        else if (lLine.Take("f")) {
+            ++lCounts.mFaces;
+            lCounts.mCorners += CountWordsAfterBlanks(lLine.mAt, lLineEnd);
+        }
+        lAt = lLineEnd == pEnd ? pEnd : lLineEnd + 1;
+    }
+    return lCounts;
+}
+
+void Reserve(const StatementCounts& pCounts, ObjArrays& pArrays)
+{
+    pArrays.mPositions.reserve(3 * pCounts.mPositions);
+    pArrays.mUVs.reserve(2 * pCounts.mUVs);
+    pArrays.mNormals.reserve(3 * pCounts.mNormals);
+    pArrays.mPolygonSizes.reserve(pCounts.mFaces);
+    pArrays.mVertices.reserve(pCounts.mCorners);
+}
+
 // Every index names a value that the file has.
 bool IndicesInRange(const std::vector<int>& pIndices, size_t pValueCount)
 {
@@ -181,6 +246,7 @@ bool IndicesInRange(const std::vector<int>& pIndices, size_t pValueCount)
 bool ParsePlainObj(const char* pBegin, const char* pEnd, ObjArrays& pArrays)
 {
     pArrays = ObjArrays();
+    Reserve(CountStatements(pBegin, pEnd), pArrays);
     for (const char* lAt = pBegin; lAt != pEnd;) {
         const char* lLineEnd = lAt;
         while (lLineEnd != pEnd && *lLineEnd != '\n' && *lLineEnd != '\r' && *lLineEnd != '\0') ++lLineEnd;

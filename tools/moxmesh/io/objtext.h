@@ -16,7 +16,8 @@
 namespace moxmeshtool {
 
 // A file's polygons as it states them: one entry per polygon vertex in each index array (-1 where the
-// statement leaves the value out), values as read.
+// statement leaves the value out), values as read. ParsePlainObj leaves a UV or normal index array empty
+// when no face statement gives such an index.
 struct ObjArrays {
     std::vector<double> mPositions;  // x, y, z per `v`
     std::vector<double> mNormals;    // x, y, z per `vn`

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <new>
 
+#include "moxsdk/core/base/moxarray.h"
+
 namespace moxmeshtool {
 namespace {
 
@@ -89,14 +91,28 @@ private:
     double mCosine;
 };
 
-bool IsSoft(const int* pPolygons, int pCount, const std::vector<MoxVector4>& pNormals, const AngleTest& pAngle)
+// The unit normal of each polygon (ComputePolygonNormals), into pNormals.
+void FillPolygonNormals(const MoxMesh& pMesh, MoxVector4* pNormals)
+{
+    const PolygonSource lSource(pMesh);
+    const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
+    for (int p = 0; p < pMesh.GetPolygonCount(); ++p) pNormals[p] = PolygonNormal(lSource, lPolygons[p]);
+}
+
+// The polygon normals that the edges are classified by.
+struct NormalSpan {
+    const MoxVector4* mNormals;
+    int mCount;
+};
+
+bool IsSoft(const int* pPolygons, int pCount, NormalSpan pNormals, const AngleTest& pAngle)
 {
     if (pCount != 2 || pPolygons[0] == pPolygons[1]) return false;
     for (int i = 0; i < 2; ++i)
-        if (pPolygons[i] < 0 || pPolygons[i] >= static_cast<int>(pNormals.size()) ||
-            pNormals[pPolygons[i]].SquareLength() == 0.0)
+        if (pPolygons[i] < 0 || pPolygons[i] >= pNormals.mCount ||
+            pNormals.mNormals[pPolygons[i]].SquareLength() == 0.0)
             return false;
-    return pAngle.IsWithin(pNormals[pPolygons[0]], pNormals[pPolygons[1]]);
+    return pAngle.IsWithin(pNormals.mNormals[pPolygons[0]], pNormals.mNormals[pPolygons[1]]);
 }
 
 // Layer 0's smoothing element, by edge and direct (created when missing, its old values dropped).
@@ -118,8 +134,8 @@ moxsdk::MoxLayerElementSmoothing& EdgeSmoothingElement(MoxMesh& pMesh)
 }
 
 // Writes the soft (1) / hard (0) value of edges 0 .. pEdgeCount - 1 to pValues; returns how many are soft.
-int ClassifyInto(const MoxMesh::ComponentMap& pEdgeToPolygons, int pEdgeCount,
-                 const std::vector<MoxVector4>& pPolygonNormals, double pMaxAngleDegrees, int* pValues)
+int ClassifyInto(const MoxMesh::ComponentMap& pEdgeToPolygons, int pEdgeCount, NormalSpan pPolygonNormals,
+                 double pMaxAngleDegrees, int* pValues)
 {
     const AngleTest lAngle(pMaxAngleDegrees);
     int lSoft = 0;
@@ -138,9 +154,7 @@ int ClassifyInto(const MoxMesh::ComponentMap& pEdgeToPolygons, int pEdgeCount,
 std::vector<MoxVector4> ComputePolygonNormals(const MoxMesh& pMesh)
 {
     std::vector<MoxVector4> lNormals(pMesh.GetPolygonCount());
-    const PolygonSource lSource(pMesh);
-    const MoxMesh::PolygonDef* lPolygons = pMesh.mPolygons.GetArray();
-    for (int p = 0; p < pMesh.GetPolygonCount(); ++p) lNormals[p] = PolygonNormal(lSource, lPolygons[p]);
+    FillPolygonNormals(pMesh, lNormals.data());
     return lNormals;
 }
 
@@ -148,7 +162,9 @@ std::vector<int> ClassifyEdges(const MoxMesh::ComponentMap& pEdgeToPolygons, int
                                const std::vector<MoxVector4>& pPolygonNormals, double pMaxAngleDegrees)
 {
     std::vector<int> lValues(pEdgeCount > 0 ? pEdgeCount : 0, 0);
-    ClassifyInto(pEdgeToPolygons, pEdgeCount, pPolygonNormals, pMaxAngleDegrees, lValues.data());
+    ClassifyInto(pEdgeToPolygons, pEdgeCount,
+                 NormalSpan{pPolygonNormals.data(), static_cast<int>(pPolygonNormals.size())}, pMaxAngleDegrees,
+                 lValues.data());
     return lValues;
 }
 
@@ -156,7 +172,10 @@ EdgeSmoothingSummary SetSmoothingFromAngle(MoxMesh& pMesh, const MoxMesh::Compon
                                            double pMaxAngleDegrees)
 {
     const int lEdgeCount = std::max(pMesh.GetMeshEdgeCount(), 0);
-    const std::vector<MoxVector4> lNormals = ComputePolygonNormals(pMesh);
+    // Scratch of the library's allocator: large blocks on huge pages, nothing zero-filled first.
+    moxsdk::MoxArray<MoxVector4> lNormals;
+    if (!lNormals.ResizeUninitialized(pMesh.GetPolygonCount())) throw std::bad_alloc();
+    FillPolygonNormals(pMesh, lNormals.GetArray());
 
     moxsdk::MoxLayerElementSmoothing& lSmoothing = EdgeSmoothingElement(pMesh);
     moxsdk::MoxLayerElementArrayTemplate<int>& lDirect = *lSmoothing.mDirectArray;
@@ -166,7 +185,8 @@ EdgeSmoothingSummary SetSmoothingFromAngle(MoxMesh& pMesh, const MoxMesh::Compon
     if (lEdgeCount > 0) {
         // Classified straight into the element.
         int* lWrite = lDirect.GetLocked(moxsdk::MoxLayerElementArray::eReadWriteLock);
-        lSummary.mSoft = ClassifyInto(pEdgeToPolygons, lEdgeCount, lNormals, pMaxAngleDegrees, lWrite);
+        lSummary.mSoft = ClassifyInto(pEdgeToPolygons, lEdgeCount, NormalSpan{lNormals.GetArray(), lNormals.GetCount()},
+                                      pMaxAngleDegrees, lWrite);
         lDirect.Release(&lWrite);
     }
     lSummary.mHard = lEdgeCount - lSummary.mSoft;

@@ -205,4 +205,13 @@ std::string RemoveBadPolygons(MoxMesh& pMesh)
            CountOf(pMesh.GetPolygonCount(), "polygon", "polygons") + " left";
 }
 
+void DropUnwrittenElements(MoxMesh& pMesh)
+{
+    for (int l = 0; l < pMesh.GetLayerCount(); ++l) {
+        moxsdk::MoxLayer* lLayer = pMesh.GetLayer(l);
+        lLayer->SetBinormals(nullptr);
+        lLayer->SetSmoothing(nullptr);
+    }
+}
+
 }  // namespace moxmeshtool

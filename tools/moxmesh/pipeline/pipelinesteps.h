@@ -39,6 +39,11 @@ std::string CountEdgeNeighbours(moxsdk::MoxMesh& pMesh);
 // RemoveBadPolygons.
 std::string RemoveBadPolygons(moxsdk::MoxMesh& pMesh);
 
+// Removes the elements that no writer reads: every layer's binormals and smoothing. For a mesh that is
+// written and then dropped, so that the writing's own memory comes on top of less (the binormals alone
+// are 32 bytes per polygon vertex).
+void DropUnwrittenElements(moxsdk::MoxMesh& pMesh);
+
 // The number of UV sets over all layers and channels, and the total of skin weights of the first skin.
 int CountUVSets(const moxsdk::MoxMesh& pMesh);
 int CountSkinWeights(const moxsdk::MoxMesh& pMesh);

@@ -1,5 +1,6 @@
 #pragma once
-// The tangent frame of one triangle. Library-internal: this header is not installed.
+// The tangent frame of a triangle, one triangle at a time or several side by side. Library-internal:
+// this header is not installed.
 
 #include "moxsdk/core/math/moxvector2.h"
 #include "moxsdk/core/math/moxvector4.h"
@@ -26,4 +27,34 @@ namespace moxsdk {
 void ComputeTangentsForTriangle(MoxVector4* pTangents, MoxVector4* pBinormals, const MoxVector4* pPositions,
                                 const MoxVector4* pNormals, const MoxVector2* pUVs);
 
+namespace detail {
+
+// Triangles computed side by side, one per lane.
+constexpr int sgTangentLanes = 4;
+
+// The inputs of up to sgTangentLanes triangles, component by component (lane l holds triangle l), and
+// their frames. Lanes the caller does not fill are computed too, from whatever they hold.
+struct MoxTangentBatch {
+    double mPositions[3][3][sgTangentLanes] = {};  // [corner][x, y, z][lane]
+    double mNormals[3][3][sgTangentLanes] = {};    // [corner][x, y, z][lane]
+    double mUVs[3][2][sgTangentLanes] = {};        // [corner][u, v][lane]
+    MoxVector4 mTangents[sgTangentLanes][3];       // [lane][corner]
+    MoxVector4 mBinormals[sgTangentLanes][3];      // [lane][corner]
+
+    void SetCorner(int pLane, int pCorner, const MoxVector4& pPosition, const MoxVector4& pNormal,
+                   const MoxVector2& pUV)
+    {
+        for (int i = 0; i < 3; ++i) {
+            mPositions[pCorner][i][pLane] = pPosition[i];
+            mNormals[pCorner][i][pLane] = pNormal[i];
+        }
+        mUVs[pCorner][0][pLane] = pUV[0];
+        mUVs[pCorner][1][pLane] = pUV[1];
+    }
+};
+
+// The frames of every lane's triangle, each exactly as ComputeTangentsForTriangle gives them.
+void MoxComputeTangentBatch(MoxTangentBatch& pBatch);
+
+}  // namespace detail
 }  // namespace moxsdk
