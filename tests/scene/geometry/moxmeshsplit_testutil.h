@@ -13,6 +13,7 @@
 #include "moxsdk/scene/moxblendshape.h"
 #include "moxsdk/scene/moxblendshapechannel.h"
 #include "moxsdk/scene/moxcluster.h"
+#include "moxsdk/scene/moxnode.h"
 #include "moxsdk/scene/moxshape.h"
 #include "moxsdk/scene/moxskin.h"
 #include "scene/geometry/oracle/moxmeshsplit_oracle.h"
@@ -391,8 +392,9 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
             const int lSize = pMesh.GetPolygonSize(p);
             for (int i = 0; i < lSize; ++i) {
-                const int lA = pMesh.GetPolygonVertex(p, i), lB = pMesh.GetPolygonVertex(p, (i + 1) % lSize);
-                lSides.push_back({std::min(lA, lB), std::max(lA, lB)});
+                const int lA = pMesh.GetPolygonVertex(p, i);
+                const int lB = pMesh.GetPolygonVertex(p, (i + 1) % lSize);
+                lSides.emplace_back(std::min(lA, lB), std::max(lA, lB));
             }
         }
         for (int e = 0; e < pMesh.mEdgeArray.GetCount(); ++e) {
@@ -418,14 +420,17 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         pMesh.AddDeformer(lSkin);
         for (int k = lInt(0, 3); k > 0; --k) {
             std::vector<std::pair<int, double>> lPairs;
-            for (int i = lInt(0, 8); i > 0; --i) lPairs.push_back({lInt(-1, n + 1), lInt(0, 8) / 8.0});
+            for (int i = lInt(0, 8); i > 0; --i) {
+                const int lPoint = lInt(-1, n + 1);  // drawn before the weight, as the scenarios always were
+                lPairs.emplace_back(lPoint, lInt(0, 8) / 8.0);
+            }
             AddCluster(pScope, *lSkin, lPairs);
         }
     }
     MoxBlendShape* lBlend = nullptr;
     for (int s = lInt(0, 3); s > 0; --s) {
         std::vector<MoxVector4> lPoints;
-        for (int i = lInt(0, n + 3); i > 0; --i) lPoints.push_back(MoxVector4(lInt(0, 9), lInt(0, 9), s, 1));
+        for (int i = lInt(0, n + 3); i > 0; --i) lPoints.emplace_back(lInt(0, 9), lInt(0, 9), s, 1);
         MoxShape* lShape = AddShape(pScope, pMesh, lBlend, lPoints);
         const int lNormalKind = lInt(0, 2);
         if (lNormalKind >= 1) lShape->InitNormals(lNormalKind == 2 ? int(lPoints.size()) + 1 : 0);

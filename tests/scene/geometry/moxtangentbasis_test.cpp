@@ -111,10 +111,10 @@ TEST(MoxTangentBasis, TangentAlongTheNormalBecomesZero)
     const MoxVector4 lPositions[3] = {{0, 0, 0}, {0, 0, 1}, {0, 0, 2}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
     const Frames lFrames = Compute(lPositions, sgUpNormals, lUVs);
-    for (const auto& mTangent : lFrames.mTangents) {
-        EXPECT_EQ(mTangent[0], 0.0);
-        EXPECT_EQ(mTangent[1], 0.0);
-        EXPECT_EQ(mTangent[2], 0.0);
+    for (const auto& lTangent : lFrames.mTangents) {
+        EXPECT_EQ(lTangent[0], 0.0);
+        EXPECT_EQ(lTangent[1], 0.0);
+        EXPECT_EQ(lTangent[2], 0.0);
     }
 }
 

@@ -180,8 +180,10 @@ inline int MapSide(const MoxMesh& pMesh, const V2PV& pMap, int pStart, int pEnd)
 {
     for (int k = 0; k < pMap.mCount[static_cast<size_t>(pStart)]; ++k) {
         int lSide = -1;
-        if (SideAtCorner(pMesh, pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)] + k)], pEnd,
-                         lSide))
+        if (SideAtCorner(
+                pMesh,
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)]) + static_cast<size_t>(k)],
+                pEnd, lSide))
             return lSide;
     }
     return -2;
@@ -194,8 +196,10 @@ inline int MapEdgeForSide(const MoxMesh& pMesh, const V2PV& pMap, const MoxArray
     if (pStart < 0 || pStart >= static_cast<int>(pMap.mCount.size())) return -1;
     for (int k = 0; k < pMap.mCount[static_cast<size_t>(pStart)]; ++k) {
         int lSide = -1;
-        if (!SideAtCorner(pMesh, pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)] + k)], pEnd,
-                          lSide))
+        if (!SideAtCorner(
+                pMesh,
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)]) + static_cast<size_t>(k)],
+                pEnd, lSide))
             continue;
         lResult = pPVToEdge[lSide];
         if (lResult != -1) break;
@@ -250,7 +254,7 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh, const V2PV& pMap
         if (!lSeen.insert((static_cast<long long>(n) + u) * n + w).second) continue;
         for (int k = 0; u >= 0 && k < pMap.mCount[static_cast<size_t>(u)]; ++k) {
             const std::pair<int, int> lCorner =
-                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(u)] + k)];
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(u)]) + static_cast<size_t>(k)];
             const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons[lCorner.first];
             const int64_t v = int64_t(lPolygon.mIndex) + lCorner.second;
             const int64_t lLast = int64_t(lPolygon.mIndex) + lPolygon.mSize - 1;
