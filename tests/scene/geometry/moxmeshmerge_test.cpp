@@ -275,7 +275,8 @@ TEST(MoxMeshMergeList, CopiesMetLongAfterTheirPositionTakeTheFirstPoint)
     std::vector<MoxVector4> lPositions;
     lPositions.reserve(40000);
     for (int i = 0; i < 40000; ++i)
-        lPositions.emplace_back(i % 40 * 0.001, i / 40 % 40 * 0.001, static_cast<double>(i / 1600) * 0.001);
+        lPositions.emplace_back(i % 40 * 0.001, i / 40 % 40 * 0.001,
+                                i / 1600 * 0.001);  // NOLINT(bugprone-integer-division): a grid of whole steps
     std::vector<int> lOrder(lPositions.size());
     for (size_t i = 0; i < lOrder.size(); ++i) lOrder[i] = int(i);
     std::vector<MoxVector4> lPoints = lPositions;

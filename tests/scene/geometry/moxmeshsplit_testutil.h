@@ -65,6 +65,7 @@ template <class T>
 inline std::vector<T> Values(const MoxLayerElementArrayTemplate<T>& pArray)
 {
     std::vector<T> lValues;
+    lValues.reserve(pArray.GetCount());
     for (int i = 0; i < pArray.GetCount(); ++i) lValues.push_back(pArray.GetAt(i));
     return lValues;
 }
@@ -85,6 +86,7 @@ inline ElementState<T> Capture(const MoxLayerElementTemplate<T>* pElement)
 inline std::vector<MoxVector4> Points(const MoxGeometryBase& pGeometry)
 {
     std::vector<MoxVector4> lPoints;
+    lPoints.reserve(pGeometry.GetControlPointsCount());
     for (int i = 0; i < pGeometry.GetControlPointsCount(); ++i) lPoints.push_back(pGeometry.GetControlPointAt(i));
     return lPoints;
 }
@@ -269,6 +271,7 @@ inline MoxVector2 UV(int pK)
 inline std::vector<MoxVector4> Normals(int pCount)
 {
     std::vector<MoxVector4> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(N(k));
     return lValues;
 }
@@ -276,6 +279,7 @@ inline std::vector<MoxVector4> Normals(int pCount)
 inline std::vector<MoxVector2> UVs(int pCount)
 {
     std::vector<MoxVector2> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(UV(k));
     return lValues;
 }
@@ -283,6 +287,7 @@ inline std::vector<MoxVector2> UVs(int pCount)
 inline std::vector<int> Iota(int pCount, int pFirst = 0)
 {
     std::vector<int> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(pFirst + k);
     return lValues;
 }
@@ -342,6 +347,7 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         const int lNormalKind = lInt(0, 6);
         const int lDirectCount = lInt(0, std::max(n, lVertexCount) + 2);
         std::vector<int> lIndex;
+        lIndex.reserve(std::max(n, lVertexCount) + 1);  // the most the loop can add, without a draw
         for (int i = 0; i < std::max(n, lVertexCount) + lInt(-2, 1); ++i) lIndex.push_back(lInt(-1, lDirectCount));
         switch (lNormalKind) {
             case 1:
@@ -371,6 +377,7 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         const int lUVKind = lInt(0, 3);
         const int lUVCount = lInt(0, lVertexCount + 2);
         std::vector<int> lUVIndex;
+        lUVIndex.reserve(lVertexCount);  // the most the loop can add, without a draw
         for (int i = 0; i < lVertexCount + lInt(-2, 0); ++i) lUVIndex.push_back(lInt(-1, lUVCount));
         if (lUVKind == 1)
             SetUVs(pMesh, pType, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(lUVCount),

@@ -124,7 +124,7 @@ TEST(MoxTangentBasis, ZeroHandednessSumCountsAsRightHanded)
     const MoxVector4 lNormals[3] = {{0, 0, 1}, {0, 0, -1}, {0, 1, 0}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
     const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
-    for (const auto& mTangent : lFrames.mTangents) ExpectVector(mTangent, 1, 0, 0, 1);
+    for (const auto& lTangent : lFrames.mTangents) ExpectVector(lTangent, 1, 0, 0, 1);
     ExpectVector(lFrames.mBinormals[0], 0, 1, 0, 0);
     ExpectVector(lFrames.mBinormals[1], 0, -1, 0, 0);
     ExpectVector(lFrames.mBinormals[2], 0, 0, -1, 0);
@@ -137,7 +137,7 @@ TEST(MoxTangentBasis, NaNHandednessGivesMinusOneButKeepsBinormals)
     const MoxVector4 lNormals[3] = {{0, 0, 1e305}, {0, 0, -1e305}, {0, 0, 1}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1e-5}};
     const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
-    for (const auto& mTangent : lFrames.mTangents) ExpectVector(mTangent, 1, 0, 0, -1);
+    for (const auto& lTangent : lFrames.mTangents) ExpectVector(lTangent, 1, 0, 0, -1);
     // Corner 2: N x T = (0, 1, 0), not negated. Corners 0 and 1: N x T, whose length overflows, normalised to
     // zeros that keep the signs the cross product gave them.
     ExpectVector(lFrames.mBinormals[2], 0, 1, 0, 0);
@@ -272,7 +272,8 @@ RandomTriangle MakeRandomTriangle(std::mt19937& pRandom, bool pSpecial)
 void ExpectLiteralFrames(const MoxVector4* pTangents, const MoxVector4* pBinormals, const RandomTriangle& pTriangle,
                          const std::string& pWhat)
 {
-    MoxVector4 lExpectedTangents[3], lExpectedBinormals[3];
+    MoxVector4 lExpectedTangents[3];
+    MoxVector4 lExpectedBinormals[3];
     LiteralFrames(lExpectedTangents, lExpectedBinormals, pTriangle.mPositions, pTriangle.mNormals, pTriangle.mUVs);
     for (int k = 0; k < 3; ++k) {
         ASSERT_TRUE(SameValues(pTangents[k], lExpectedTangents[k])) << pWhat << " corner " << k;
