@@ -50,11 +50,14 @@
 //   a record's slot is its polygon vertex ("plain" records). Otherwise the pass notes each record's
 //   polygon vertex and control point, its slot is its number, and the lists are grouped after the pass.
 // - A record's frame lives in a tangent and a binormal slot. With plain records whose output element
-//   covers every polygon vertex, the slots are the output's own values (the weld then finishes the sums
-//   in place); otherwise they are working arrays. The weld's other inputs ride in the w components until
+//   covers every polygon vertex, the slots are the output's own values (the weld sums them and writes the
+//   finished sums over them); otherwise they are working arrays. The weld's other inputs ride in the w components until
 //   the weld reads them: the tangent's w is +-(normal index + 2), the binormal's w the UV index (both exact
 //   in a double); the weld puts back +-1.0 and 0.0 before summing. A record keeps its normal as the index
 //   of its value in the normal element's direct array (-1: the zero normal), which the weld reads back.
+// - Plain records are welded during the pass: a control point's list as soon as its last record is stored
+//   (ListWelder). Lists share no slot, so the order in which they are welded changes nothing. Other records
+//   are welded list by list after the pass.
 // - A tangent or binormal element that already has the output's shape (its name, one direct value per
 //   polygon vertex) is written over in place when plain records cover every polygon vertex: re-running
 //   the generation neither frees nor zero-fills it.
@@ -245,31 +248,32 @@ bool TryLookupIndex(const MoxLayerElementReader<T>& pElement, int pPolygon, int6
 // Triangles on their way through the batch computation of their frames, with each corner's slot (-1: no
 // record), its UV index and the direct-array index of its normal (-1: the zero normal), which the weld
 // compares.
+class ListWelder;
+
 struct TriangleBatch {
     detail::MoxTangentBatch mFrames;
     int mSlots[detail::sgTangentLanes][3] = {};
     int mUVIndices[detail::sgTangentLanes][3] = {};
     int mNormalIndices[detail::sgTangentLanes][3] = {};
-    int mCount = 0;  // triangles gathered; the next one goes to lane mCount
+    int mControlPoints[detail::sgTangentLanes][3] = {};  // of the records
+    int mCount = 0;                                      // triangles gathered; the next one goes to lane mCount
+
+    // Corner pCorner of the triangle in lane mCount goes to pSlot (-1: no record), a record of pControlPoint.
+    void SetRecord(int pCorner, int pSlot, int pControlPoint)
+    {
+        mSlots[mCount][pCorner] = pSlot;
+        mControlPoints[mCount][pCorner] = pControlPoint;
+    }
 
     // The triangle just read into lane mCount is complete; a full batch is computed and stored.
-    void Commit(const FrameSlots& pFrames)
+    void Commit(const FrameSlots& pFrames, ListWelder* pWelder)
     {
-        if (++mCount == detail::sgTangentLanes) Flush(pFrames);
+        if (++mCount == detail::sgTangentLanes) Flush(pFrames, pWelder);
     }
 
-    // The frames of the gathered triangles, stored in the slots of their records.
-    void Flush(const FrameSlots& pFrames)
-    {
-        if (mCount == 0) return;
-        detail::MoxComputeTangentBatch(mFrames);
-        for (int l = 0; l < mCount; ++l)
-            for (int k = 0; k < 3; ++k)
-                if (mSlots[l][k] >= 0)
-                    pFrames.Store(mSlots[l][k], mFrames.mTangents[l][k], mFrames.mBinormals[l][k], mNormalIndices[l][k],
-                                  mUVIndices[l][k]);
-        mCount = 0;
-    }
+    // The frames of the gathered triangles, stored in the slots of their records; then, with pWelder, the
+    // lists these records complete are welded.
+    void Flush(const FrameSlots& pFrames, ListWelder* pWelder);
 };
 
 // Reads corners: control point, position, normal, UV index and UV, in that order, as the lookups give them.
@@ -475,7 +479,8 @@ private:
 
 // Triangle meshes: one triangle per polygon; each corner's control point is read right after the corner.
 // False after reporting "pv >= 0".
-bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
+bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames,
+                            ListWelder* pWelder)
 {
     TriangleBatch lBatch;
     int64_t k = 0;
@@ -485,17 +490,19 @@ bool CollectTriangleRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordL
                 ReportFromWorker(__LINE__, sgUnreadableCorner.mText);
                 return false;
             }
-            lBatch.mSlots[lBatch.mCount][j] = pLists.Add(k, pReader.ControlPointAt(k));
+            const int lControlPoint = pReader.ControlPointAt(k);
+            lBatch.SetRecord(j, pLists.Add(k, lControlPoint), lControlPoint);
         }
-        lBatch.Commit(pFrames);
+        lBatch.Commit(pFrames, pWelder);
     }
-    lBatch.Flush(pFrames);
+    lBatch.Flush(pFrames, pWelder);
     return true;
 }
 
 // Other meshes: triangles (0, t + 1, t + 2). Positions 0 and 1 take their frame from triangle 0, position
 // t + 2 from triangle t; a record goes to the running index + its position. False after "pv >= 0".
-bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames)
+bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists& pLists, const FrameSlots& pFrames,
+                       ListWelder* pWelder)
 {
     TriangleBatch lBatch;
     int64_t k = 0;
@@ -511,24 +518,26 @@ bool CollectFanRecords(const MoxMesh& pMesh, CornerReader& pReader, RecordLists&
             }
             for (int c = 0; c < 3; ++c) {
                 const int64_t lIndex = k + lPositions[c];
-                lBatch.mSlots[lBatch.mCount][c] =
-                    c >= (t == 0 ? 0 : 2) ? pLists.Add(lIndex, pReader.ControlPointAt(lIndex)) : -1;
+                const bool lRecorded = c >= (t == 0 ? 0 : 2);
+                const int lControlPoint = lRecorded ? pReader.ControlPointAt(lIndex) : -1;
+                lBatch.SetRecord(c, lRecorded ? pLists.Add(lIndex, lControlPoint) : -1, lControlPoint);
             }
-            lBatch.Commit(pFrames);
+            lBatch.Commit(pFrames, pWelder);
         }
         // A polygon of fewer than 2 vertices still moves the index by 2 (kept on purpose).
         k += n >= 2 ? n : 2;
     }
-    lBatch.Flush(pFrames);
+    lBatch.Flush(pFrames, pWelder);
     return true;
 }
 
-// Every record of the pass, its frame in pFrames. False after a report.
+// Every record of the pass, its frame in pFrames; with pWelder, each list welded once complete. False after
+// a report.
 bool CollectRecords(const MoxMesh& pMesh, CornerReader& pReader, bool pTriangles, RecordLists& pLists,
-                    const FrameSlots& pFrames)
+                    const FrameSlots& pFrames, ListWelder* pWelder)
 {
-    return pTriangles ? CollectTriangleRecords(pMesh, pReader, pLists, pFrames)
-                      : CollectFanRecords(pMesh, pReader, pLists, pFrames);
+    return pTriangles ? CollectTriangleRecords(pMesh, pReader, pLists, pFrames, pWelder)
+                      : CollectFanRecords(pMesh, pReader, pLists, pFrames, pWelder);
 }
 
 // ---- Weld groups --------------------------------------------------------------------------------------
@@ -740,11 +749,16 @@ public:
     Weld(int pLongest, bool pIgnoreHandedness)
         : mKeys(pLongest),
           mGroups(pLongest),
+          mLinks(2 * int64_t(pLongest)),
+          mSums(2 * int64_t(pLongest)),
           mGrid(pLongest > sgPlainWeldLimit ? pLongest : 0),
           mIgnoreHandedness(pIgnoreHandedness)
     {}
 
-    bool IsAllocated() const { return mKeys.Get() && mGroups.Get() && mGrid.IsAllocated(); }
+    bool IsAllocated() const
+    {
+        return mKeys.Get() && mGroups.Get() && mLinks.Get() && mSums.Get() && mGrid.IsAllocated();
+    }
 
     // Every control point's list in turn.
     void RunAll(const RecordLists& pLists, const FrameSlots& pFrames, const CornerReader& pReader,
@@ -754,7 +768,6 @@ public:
             if (pLists.GetCount(c) > 0) Run(pLists.GetList(c), pLists.GetCount(c), pFrames, pReader, pLists, pOutput);
     }
 
-private:
     // The records of pSlots (one control point's list): their weld keys, their groups, then the sums.
     void Run(const int* pSlots, int pCount, const FrameSlots& pFrames, const CornerReader& pReader,
              const RecordLists& pLists, const FrameOutput& pOutput)
@@ -767,6 +780,7 @@ private:
         AverageAndWrite(pSlots, pCount, pFrames, pLists, pOutput);
     }
 
+private:
     void ReadKeys(const int* pSlots, int pCount, const FrameSlots& pFrames, const CornerReader& pReader)
     {
         for (int j = 0; j < pCount; ++j) {
@@ -779,37 +793,96 @@ private:
         }
     }
 
-    // Sums each group in list order into its first record's frame, then writes the finished sums at every
-    // member's polygon vertex.
-    void AverageAndWrite(const int* pSlots, int pCount, const FrameSlots& pFrames, const RecordLists& pLists,
-                         const FrameOutput& pOutput) const
+    // Each group's members chained in list order: mLinks[j] is the member after entry j (-1 after the last).
+    void LinkGroups(int pCount)
     {
+        int* lNext = mLinks.Get();
+        int* lLast = lNext + pCount;  // per group (by its first entry): the member chained last so far
         for (int j = 0; j < pCount; ++j) {
-            const int lFirst = pSlots[mGroups[j]];
-            if (mGroups[j] == j) continue;
-            pFrames.Tangent(lFirst) += pFrames.Tangent(pSlots[j]);
-            pFrames.Binormal(lFirst) += pFrames.Binormal(pSlots[j]);
+            lNext[j] = -1;
+            if (mGroups[j] != j) lNext[lLast[mGroups[j]]] = j;
+            lLast[mGroups[j]] = j;
         }
+    }
+
+    // Sums each group in list order (held in registers along the group's chain) and finishes it, then
+    // writes the finished sums at every member's polygon vertex, in list order.
+    void AverageAndWrite(const int* pSlots, int pCount, const FrameSlots& pFrames, const RecordLists& pLists,
+                         const FrameOutput& pOutput)
+    {
+        LinkGroups(pCount);
+        MoxVector4* lTangentSums = mSums.Get();
+        MoxVector4* lBinormalSums = lTangentSums + pCount;
         for (int j = 0; j < pCount; ++j) {
-            const int lFirst = pSlots[mGroups[j]];
-            // A group's first record comes before its other members, so it is finished before they are written.
-            if (mGroups[j] == j) {
-                FinishSum(pFrames.Tangent(lFirst));
-                FinishSum(pFrames.Binormal(lFirst));
+            if (mGroups[j] != j) continue;
+            MoxVector4 lTangent = pFrames.Tangent(pSlots[j]);
+            MoxVector4 lBinormal = pFrames.Binormal(pSlots[j]);
+            for (int m = mLinks[j]; m >= 0; m = mLinks[m]) {
+                lTangent += pFrames.Tangent(pSlots[m]);
+                lBinormal += pFrames.Binormal(pSlots[m]);
             }
-            pOutput.Write(pLists.PolygonVertexOf(pSlots[j]), pFrames.Tangent(lFirst), pFrames.Binormal(lFirst));
+            FinishSum(lTangent);
+            FinishSum(lBinormal);
+            lTangentSums[j] = lTangent;
+            lBinormalSums[j] = lBinormal;
         }
+        for (int j = 0; j < pCount; ++j)
+            pOutput.Write(pLists.PolygonVertexOf(pSlots[j]), lTangentSums[mGroups[j]], lBinormalSums[mGroups[j]]);
     }
 
     MoxScratch<WeldKey> mKeys;
     MoxScratch<int> mGroups;
+    MoxScratch<int> mLinks;        // LinkGroups: the chains, then the last member per group
+    MoxScratch<MoxVector4> mSums;  // finished sums per group (by its first entry): tangents, then binormals
     WeldGrid mGrid;
     bool mIgnoreHandedness;
 };
 
+// Welds each control point's list as soon as the pass has stored the list's last record, while its frames
+// and normals are still in cache, rather than in a second sweep over all of them. For plain records only:
+// the pass makes them in list order (polygon-vertex order), so the last slot of a list comes last.
+class ListWelder {
+public:
+    ListWelder(Weld& pWeld, const RecordLists& pLists, const FrameSlots& pFrames, const CornerReader& pReader,
+               const FrameOutput& pOutput)
+        : mWeld(pWeld), mLists(pLists), mFrames(pFrames), mReader(pReader), mOutput(pOutput)
+    {}
+
+    // The frame of the record in pSlot, of control point pControlPoint, is stored.
+    void Stored(int pSlot, int pControlPoint) const
+    {
+        const int* lList = mLists.GetList(pControlPoint);
+        const int lCount = mLists.GetCount(pControlPoint);
+        if (lList[lCount - 1] == pSlot) mWeld.Run(lList, lCount, mFrames, mReader, mLists, mOutput);
+    }
+
+private:
+    Weld& mWeld;
+    const RecordLists& mLists;
+    const FrameSlots& mFrames;
+    const CornerReader& mReader;
+    const FrameOutput& mOutput;
+};
+
+void TriangleBatch::Flush(const FrameSlots& pFrames, ListWelder* pWelder)
+{
+    if (mCount == 0) return;
+    detail::MoxComputeTangentBatch(mFrames);
+    for (int l = 0; l < mCount; ++l)
+        for (int k = 0; k < 3; ++k)
+            if (mSlots[l][k] >= 0)
+                pFrames.Store(mSlots[l][k], mFrames.mTangents[l][k], mFrames.mBinormals[l][k], mNormalIndices[l][k],
+                              mUVIndices[l][k]);
+    if (pWelder)
+        for (int l = 0; l < mCount; ++l)
+            for (int k = 0; k < 3; ++k)
+                if (mSlots[l][k] >= 0) pWelder->Stored(mSlots[l][k], mControlPoints[l][k]);
+    mCount = 0;
+}
+
 // Plain records: the pass puts their frames in the output's own arrays when these cover every slot,
-// otherwise (the output could not be made or sized) in working arrays had now; then the weld. False after
-// a report.
+// otherwise (the output could not be made or sized) in working arrays had now, and welds each list as soon
+// as it is complete. False after a report.
 bool CollectAndWeldPlain(const MoxMesh& pMesh, CornerReader& pReader, bool pTriangles, RecordLists& pLists, Weld& pWeld,
                          const FrameOutput& pOutput)
 {
@@ -825,9 +898,8 @@ bool CollectAndWeldPlain(const MoxMesh& pMesh, CornerReader& pReader, bool pTria
         ReportFromWorker(__LINE__, sgNoTangentRecordMemory.mText);
         return false;
     }
-    if (!CollectRecords(pMesh, pReader, pTriangles, pLists, lFrames)) return false;
-    pWeld.RunAll(pLists, lFrames, pReader, pOutput);
-    return true;
+    ListWelder lWelder(pWeld, pLists, lFrames, pReader, pOutput);
+    return CollectRecords(pMesh, pReader, pTriangles, pLists, lFrames, &lWelder);
 }
 
 // The raw per-polygon-vertex arrays, reserved and released at once (see the file comment). False after
@@ -878,7 +950,7 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
             return false;
         }
         lFrames.UseWorking(lWorkingFrames.Get(), lLists.GetSlotCount());
-        if (!CollectRecords(*this, lReader, lTriangles, lLists, lFrames)) return false;
+        if (!CollectRecords(*this, lReader, lTriangles, lLists, lFrames, nullptr)) return false;
         lLists.GroupRecords();
     }
     Weld lWeld(lLists.GetLongest(), pIgnoreHandedness);

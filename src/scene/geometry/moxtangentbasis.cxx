@@ -6,11 +6,13 @@
 // The steps of the header over several triangles at once, one per lane of a vector of doubles, so that
 // the many divisions and square roots of the triangles go side by side through the vector units: every
 // value is the one the vector operations of the header give, bit for bit (no operation is reordered or
-// fused, and divisions and square roots are exact in any width). Where the processor has 256-bit
-// registers a second copy of the batch is compiled for them and chosen at load time.
+// fused, and divisions and square roots are exact in any width). Where the processor has 256-bit or
+// 512-bit registers, copies of the batch are compiled for them and one is chosen at load time; the
+// 512-bit instructions include fused multiply-adds, which GCC would otherwise form from a product and a
+// sum, so contraction is off in this file.
 
 #if defined(__GNUC__) && defined(__x86_64__) && defined(__linux__) && !defined(__clang__)
-#define MOX_TANGENT_BATCH_TARGETS __attribute__((target_clones("avx", "default")))
+#define MOX_TANGENT_BATCH_TARGETS __attribute__((target_clones("avx512f", "avx", "default")))
 #else
 #define MOX_TANGENT_BATCH_TARGETS
 #endif
@@ -20,6 +22,7 @@
 #define MOX_LANE_HELPER __attribute__((always_inline)) inline
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wpsabi"
+#pragma GCC optimize("fp-contract=off")
 #endif
 
 namespace moxsdk {

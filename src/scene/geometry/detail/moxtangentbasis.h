@@ -30,7 +30,7 @@ void ComputeTangentsForTriangle(MoxVector4* pTangents, MoxVector4* pBinormals, c
 namespace detail {
 
 // Triangles computed side by side, one per lane.
-constexpr int sgTangentLanes = 4;
+constexpr int sgTangentLanes = 8;
 
 // The inputs of up to sgTangentLanes triangles, component by component (lane l holds triangle l), and
 // their frames. Lanes the caller does not fill are computed too, from whatever they hold.
