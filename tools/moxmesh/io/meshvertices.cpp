@@ -34,7 +34,7 @@ CornerSources OpenSources(const MoxMesh& pMesh, const VertexOptions& pOptions)
     const MoxLayer* lLayer0 = pMesh.GetLayer(0);
     if (lLayer0) lSources.mNormals.Bind(lLayer0->GetNormals());
     // A tangent means nothing without a normal (and glTF refuses it).
-    if (pOptions.mTangents && lSources.mNormals.IsPresent()) lSources.mTangents.Bind(lLayer0->GetTangents());
+    if (lLayer0 && pOptions.mTangents && lSources.mNormals.IsPresent()) lSources.mTangents.Bind(lLayer0->GetTangents());
     for (int l = 0; l < pMesh.GetLayerCount(); ++l) {
         const MoxLayer* lLayer = pMesh.GetLayer(l);
         if (!lLayer) continue;
