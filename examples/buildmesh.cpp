@@ -59,10 +59,10 @@ void PrintElement(const char* pKind, const MoxLayerElementTemplate<T>* pElement)
 // The control points: a 2 x 2 x 1.5 box (0 .. 7) and the roof's apex (8).
 void SetControlPoints(MoxMesh& pMesh)
 {
-    const double kPoints[9][3] = {{0, 0, 0},   {2, 0, 0},   {2, 2, 0},   {0, 2, 0},  {0, 0, 1.5},
+    const double lPoints[9][3] = {{0, 0, 0},   {2, 0, 0},   {2, 2, 0},   {0, 2, 0},  {0, 0, 1.5},
                                   {2, 0, 1.5}, {2, 2, 1.5}, {0, 2, 1.5}, {1, 1, 2.5}};
     pMesh.InitControlPoints(9);
-    for (int i = 0; i < 9; ++i) pMesh.SetControlPointAt(MoxVector4(kPoints[i][0], kPoints[i][1], kPoints[i][2]), i);
+    for (int i = 0; i < 9; ++i) pMesh.SetControlPointAt(MoxVector4(lPoints[i][0], lPoints[i][1], lPoints[i][2]), i);
 }
 
 // The default UV set: indexed per polygon vertex, with the five UVs that the polygons refer to.
@@ -70,8 +70,8 @@ void PrepareDiffuseUVs(MoxMesh& pMesh)
 {
     pMesh.InitTextureUVIndices(MoxLayerElement::eByPolygonVertex);
     pMesh.InitTextureUV(0);
-    const double kUVs[5][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}, {0.5, 1}};
-    for (const auto& lUV : kUVs) pMesh.AddTextureUV(MoxVector2(lUV[0], lUV[1]));
+    const double lUVs[5][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}, {0.5, 1}};
+    for (const auto& lUV : lUVs) pMesh.AddTextureUV(MoxVector2(lUV[0], lUV[1]));
     pMesh.GetLayer(0)->GetUVs()->SetName("diffuse");
 }
 
@@ -97,14 +97,14 @@ void BuildPolygons(MoxMesh& pMesh)
         int mCorners[4];
         int mUVs[4];
     };
-    const Face kFaces[] = {
+    const Face lFaces[] = {
         {0, -1, -1, 4, {0, 3, 2, 1}, {0, 3, 2, 1}},  // floor
         {0, 0, 0, 4, {0, 1, 5, 4}, {0, 1, 2, 3}},   {0, 0, 0, 4, {1, 2, 6, 5}, {0, 1, 2, 3}},
         {0, 0, 0, 4, {2, 3, 7, 6}, {0, 1, 2, 3}},   {0, 0, 0, 4, {3, 0, 4, 7}, {0, 1, 2, 3}},
         {1, 1, 1, 3, {4, 5, 8, 0}, {0, 1, 4, 0}},   {1, 1, 1, 3, {5, 6, 8, 0}, {0, 1, 4, 0}},
         {1, 1, 1, 3, {6, 7, 8, 0}, {0, 1, 4, 0}},   {1, 1, 1, 3, {7, 4, 8, 0}, {0, 1, 4, 0}},
     };
-    for (const Face& lFace : kFaces) {
+    for (const Face& lFace : lFaces) {
         pMesh.BeginPolygon(lFace.mMaterial, lFace.mTexture, lFace.mGroup, true);
         for (int v = 0; v < lFace.mSize; ++v) pMesh.AddPolygon(lFace.mCorners[v], lFace.mUVs[v]);
         pMesh.EndPolygon();
@@ -115,20 +115,20 @@ void BuildPolygons(MoxMesh& pMesh)
 // unmapped (-1).
 void AddLightmapUVs(MoxMesh& pMesh)
 {
-    const MoxLayerElement::EType kChannel = MoxLayerElement::eTextureChannel1;
-    pMesh.InitTextureUVIndices(MoxLayerElement::eByPolygonVertex, kChannel);
-    pMesh.InitTextureUV(0, kChannel);
-    pMesh.GetLayer(0)->GetUVs(kChannel)->SetName("lightmap");
+    const MoxLayerElement::EType lChannel = MoxLayerElement::eTextureChannel1;
+    pMesh.InitTextureUVIndices(MoxLayerElement::eByPolygonVertex, lChannel);
+    pMesh.InitTextureUV(0, lChannel);
+    pMesh.GetLayer(0)->GetUVs(lChannel)->SetName("lightmap");
     // Polygon p > 0 gets its own cell of a strip of eight.
-    const double kCell[4][2] = {{0, 0}, {0.9, 0}, {0.9, 0.9}, {0, 0.9}};
+    const double lCell[4][2] = {{0, 0}, {0.9, 0}, {0.9, 0.9}, {0, 0.9}};
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
         for (int v = 0; v < pMesh.GetPolygonSize(p); ++v) {
             if (p == 0) {
-                pMesh.SetTextureUVIndex(p, v, -1, kChannel);
+                pMesh.SetTextureUVIndex(p, v, -1, lChannel);
                 continue;
             }
-            pMesh.SetTextureUVIndex(p, v, pMesh.GetTextureUVCount(kChannel), kChannel);
-            pMesh.AddTextureUV(MoxVector2((p - 1 + kCell[v][0]) / 8.0, kCell[v][1]), kChannel);
+            pMesh.SetTextureUVIndex(p, v, pMesh.GetTextureUVCount(lChannel), lChannel);
+            pMesh.AddTextureUV(MoxVector2((p - 1 + lCell[v][0]) / 8.0, lCell[v][1]), lChannel);
         }
     }
 }

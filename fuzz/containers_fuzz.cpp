@@ -15,7 +15,9 @@ namespace {
 
 using namespace moxsdk;
 
-void IgnoreReport(const char*, const char*, unsigned int, const char*) {}
+void IgnoreReport(const char* /*pFileName*/, const char* /*pFunctionName*/, unsigned int /*pLineNumber*/,
+                  const char* /*pMessage*/)
+{}
 
 [[noreturn]] void Fail()
 {
@@ -258,7 +260,8 @@ void FuzzMap(moxfuzz::Input& pInput)
         }
         Check(lMap.GetCount() == static_cast<int>(lModel.size()));
         auto lExpected = lModel.begin();
-        for (auto* lRecord = lMap.GetFirst(); lRecord; lRecord = lMap.GetNext(lRecord), ++lExpected) {
+        for (auto* lRecord = lMap.GetFirst(); lRecord;
+             lRecord = MoxSimpleMap<int, int>::GetNext(lRecord), ++lExpected) {
             Check(lExpected != lModel.end());
             Check(lRecord->GetKey() == lExpected->first && lRecord->GetValue() == lExpected->second);
         }

@@ -14,7 +14,9 @@ namespace {
 using namespace moxsdk;
 using moxfuzz::Input;
 
-void IgnoreReport(const char*, const char*, unsigned int, const char*) {}
+void IgnoreReport(const char* /*pFileName*/, const char* /*pFunctionName*/, unsigned int /*pLineNumber*/,
+                  const char* /*pMessage*/)
+{}
 
 void Check(bool pCondition)
 {
@@ -27,9 +29,9 @@ void Check(bool pCondition)
 // the caller's indices or releases the control points.
 enum EKept { eKeepsAll, eKeepsTopology, eKeepsNothing };
 
-constexpr int kMaxPoints = 48;
-constexpr int kMaxPolygons = 32;
-constexpr int kMaxArray = 80;
+constexpr int sgMaxPoints = 48;
+constexpr int sgMaxPolygons = 32;
+constexpr int sgMaxArray = 80;
 
 MoxLayerElement::EMappingMode AnyMapping(Input& pInput)
 {
@@ -52,9 +54,9 @@ void FillElement(Input& pInput, MoxLayerElementTemplate<T>& pElement, MAKE pMake
 {
     pElement.SetMappingMode(AnyMapping(pInput));
     pElement.SetReferenceMode(AnyReference(pInput));
-    const int lDirectCount = pInput.Below(kMaxArray);
+    const int lDirectCount = pInput.Below(sgMaxArray);
     for (int i = 0; i < lDirectCount; ++i) pElement.mDirectArray->Add(pMakeValue(pInput));
-    const int lIndexCount = pInput.Below(kMaxArray);
+    const int lIndexCount = pInput.Below(sgMaxArray);
     for (int i = 0; i < lIndexCount; ++i) pElement.mIndexArray->Add(pInput.Index(lDirectCount));
 }
 
@@ -134,17 +136,17 @@ void AddElements(Input& pInput, MoxMesh& pMesh, MoxLayer& pLayer)
     if (lMask & 4096) {
         MoxArray<MoxDataType> lTypes;
         MoxArray<const char*> lNames;
-        const EMoxType kTypes[] = {eMoxBool, eMoxInt, eMoxFloat, eMoxDouble, eMoxDouble2, eMoxDouble4};
+        const EMoxType lChoices[] = {eMoxBool, eMoxInt, eMoxFloat, eMoxDouble, eMoxDouble2, eMoxDouble4};
         const int lFields = pInput.Below(4);
         for (int i = 0; i < lFields; ++i) {
-            lTypes.Add(MoxDataType(kTypes[pInput.Below(6)]));
+            lTypes.Add(MoxDataType(lChoices[pInput.Below(6)]));
             lNames.Add("field");
         }
         MoxLayerElementUserData* lElement = MoxLayerElementUserData::Create(&pMesh, "user", 1, lTypes, lNames);
         if (lElement) {
             lElement->SetMappingMode(AnyMapping(pInput));
             lElement->SetReferenceMode(AnyReference(pInput));
-            lElement->ResizeAllDirectArrays(pInput.Below(kMaxArray));
+            lElement->ResizeAllDirectArrays(pInput.Below(sgMaxArray));
             pLayer.SetUserData(lElement);
         }
     }
@@ -152,7 +154,7 @@ void AddElements(Input& pInput, MoxMesh& pMesh, MoxLayer& pLayer)
 
 void BuildPolygons(Input& pInput, MoxMesh& pMesh, int pPoints)
 {
-    const int lPolygons = pInput.Below(kMaxPolygons);
+    const int lPolygons = pInput.Below(sgMaxPolygons);
     for (int p = 0; p < lPolygons; ++p) {
         if (pInput.Below(8) == 0) {
             int lTextures[31];
@@ -183,7 +185,7 @@ void AddDeformers(Input& pInput, MoxMesh& pMesh, int pPoints)
         MoxBlendShapeChannel* lChannel = MoxBlendShapeChannel::Create(lManager, "channel");
         for (int s = pInput.Below(3); s > 0; --s) {
             MoxShape* lShape = MoxShape::Create(lManager, "shape");
-            const int lCount = pInput.Below(kMaxPoints);
+            const int lCount = pInput.Below(sgMaxPoints);
             lShape->InitControlPoints(lCount);
             for (int i = 0; i < lCount; ++i) lShape->SetControlPointAt(AnyVector4(pInput), i);
             if (pInput.Bool()) lShape->InitNormals(pInput.Bool() ? 0 : lCount, 1);
@@ -196,7 +198,7 @@ void AddDeformers(Input& pInput, MoxMesh& pMesh, int pPoints)
 
 void BuildMesh(Input& pInput, MoxMesh& pMesh)
 {
-    const int lPoints = pInput.Below(kMaxPoints);
+    const int lPoints = pInput.Below(sgMaxPoints);
     pMesh.InitControlPoints(lPoints);
     for (int i = 0; i < lPoints; ++i) pMesh.SetControlPointAt(AnyVector4(pInput), i);
     BuildPolygons(pInput, pMesh, lPoints);
@@ -230,7 +232,7 @@ EKept EdgeOperation(Input& pInput, MoxMesh& pMesh)
             pMesh.BuildMeshEdgeArray();
             break;
         case 1:
-            pMesh.SetMeshEdgeCount(pInput.Range(-2, kMaxArray));
+            pMesh.SetMeshEdgeCount(pInput.Range(-2, sgMaxArray));
             break;
         case 2:
             pMesh.BeginAddMeshEdgeIndex();
@@ -288,7 +290,7 @@ EKept AttributeOperation(Input& pInput, MoxMesh& pMesh)
     const int lPolygons = pMesh.GetPolygonCount();
     MoxArray<double> lWeights;
     MoxArray<bool> lHoles;
-    for (int n = pInput.Below(kMaxArray); n > 0; --n) {
+    for (int n = pInput.Below(sgMaxArray); n > 0; --n) {
         lWeights.Add(pInput.Coordinate());
         lHoles.Add(pInput.Bool());
     }

@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
-# Lint of the code base:
+# Lint of the code base (scripts/test.sh runs it first, so CI does):
 #   1. clang-format --dry-run --Werror: the layout of .clang-format, over include/, src/, tools/, fuzz/,
 #      bench/, tests/, examples/ and python/src/;
-#   2. clang-tidy with .clang-tidy over the library (include/ and src/), every header and source checked
-#      once as its own main file (compile flags from build/lint/compile_commands.json, headers diagnosed
-#      only where they are the main file);
+#   2. clang-tidy over include/, src/, tools/, fuzz/, bench/, tests/ and examples/: .clang-tidy at the root,
+#      refined by the .clang-tidy of tools/, fuzz/, bench/ and tests/ (each says what it changes and why).
+#      Every header and source is checked once as its own main file, two at a time (compile flags from
+#      build/lint/compile_commands.json, which the lint preset configures with every program of the tree;
+#      headers are diagnosed only where they are the main file). python/src/ is only formatted: its
+#      compilation needs the Python build;
 #   3. the Mox prefix of the types declared at the top level of namespace moxsdk in public headers,
 #      which clang-tidy cannot tell from nested types.
-# Exits non-zero when any step finds something. Files given as arguments restrict the run to them (the
-# library's among them go through clang-tidy too).
+# Exits non-zero when any step finds something. Files given as arguments restrict the run to them.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-mox_require_packages "${MOX_BUILD_PACKAGES[@]}" clang-format clang-tidy
+# The lint preset configures the whole tree (tests, tool, benchmarks against the peers, fuzz targets with
+# clang 14), so it needs the packages of every part.
+mox_require_packages "${MOX_BUILD_PACKAGES[@]}" "${MOX_TOOL_PACKAGES[@]}" "${MOX_BENCH_PACKAGES[@]}" \
+    clang-format clang-tidy clang-14 libgtest-dev libgmock-dev pkg-config
 
 cd "$MOX_ROOT"
 if [ $# -gt 0 ]; then
@@ -21,9 +26,9 @@ else
     mapfile -t files < <(find include src tools fuzz bench tests examples python/src -type f \
         \( -name '*.h' -o -name '*.cxx' -o -name '*.cpp' \) | sort)
 fi
-library=()
+tidied=()
 for file in "${files[@]}"; do
-    case "$file" in include/* | src/*) library+=("$file") ;; esac
+    case "$file" in python/*) ;; *) tidied+=("$file") ;; esac
 done
 
 status=0
@@ -33,7 +38,7 @@ clang-format --dry-run --Werror "${files[@]}" || status=1
 
 echo "=== clang-tidy ==="
 cmake --preset lint >/dev/null
-[ ${#library[@]} -eq 0 ] || printf '%s\n' "${library[@]}" \
+[ ${#tidied[@]} -eq 0 ] || printf '%s\n' "${tidied[@]}" \
     | xargs -P 2 -I '{}' clang-tidy --quiet -p build/lint --header-filter='^$' '{}' 2>&1 \
     | sed '/^[0-9]* warnings\? generated\.$/d' \
     || status=1
@@ -42,7 +47,7 @@ echo "=== type prefixes ==="
 # Namespace contents are not indented, so the top level of a namespace starts at column 0. The awk
 # script tracks the innermost namespace through the "namespace x {" lines and their "}  // namespace x"
 # closing comments.
-for file in "${library[@]}"; do
+for file in "${files[@]}"; do
     case "$file" in include/*.h) ;; *) continue ;; esac
     awk -v file="$file" '
         /^namespace [A-Za-z_]* *\{/ { stack[++depth] = $2; next }
@@ -59,5 +64,6 @@ for file in "${library[@]}"; do
         END { exit bad }' "$file" || status=1
 done
 
+echo "Lint took ${SECONDS} s."
 if [ $status -eq 0 ]; then echo "Lint: no findings."; fi
 exit $status

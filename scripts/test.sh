@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The test command: installs what is missing, then configures, builds (incrementally) and runs the whole
-# test suite twice:
+# The test command: installs what is missing, runs the lint (scripts/lint.sh: clang-format and clang-tidy
+# over every C++ folder), then configures, builds (incrementally) and runs the whole test suite twice:
 #   build/relwithdebinfo  RelWithDebInfo, -Wall -Wextra -Werror; also builds the benchmarks (not run)
 #   build/sanitize        AddressSanitizer + UndefinedBehaviorSanitizer, halt on error, leak detection on
 # then the Python package's tests (scripts/python.sh builds build/python and installs .venv; pytest from
@@ -17,6 +17,9 @@ mox_require_packages "${MOX_BUILD_PACKAGES[@]}" "${MOX_TOOL_PACKAGES[@]}" libgte
     libbenchmark-dev pkg-config assimp-testmodels
 
 cd "$MOX_ROOT"
+# Lint first: a finding stops the run, like a failing test.
+"$MOX_ROOT/scripts/lint.sh"
+
 for preset in relwithdebinfo sanitize; do
     echo "=== $preset ==="
     cmake --preset "$preset"
@@ -35,4 +38,4 @@ MOXSDK_BUILD_DIR="$MOX_ROOT/build/python" "$MOX_ROOT/.venv/bin/python" -m pytest
 
 # Each fuzz target for a minute on its corpus (AddressSanitizer and UndefinedBehaviorSanitizer).
 "$MOX_ROOT/scripts/fuzz.sh" 60
-echo "All tests passed in both builds and in Python, and the fuzz targets found nothing."
+echo "Lint found nothing, all tests passed in both builds and in Python, and the fuzz targets found nothing."

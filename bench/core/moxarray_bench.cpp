@@ -33,6 +33,7 @@ void BM_StdVectorPushBack(benchmark::State& pState)
     const int lCount = static_cast<int>(pState.range(0));
     for (auto _ : pState) {
         std::vector<int> lVector;
+        lVector.reserve(lCount);
         for (int i = 0; i < lCount; ++i) lVector.push_back(i);
         benchmark::DoNotOptimize(lVector.data());
     }

@@ -22,7 +22,7 @@ namespace moxpeers {
 namespace {
 
 // What the scene's vertices carry besides their position.
-enum class Attributes { ePositions, eUVs, eNormalsAndUVs };
+enum class EAttributes { ePositions, eUVs, eNormalsAndUVs };
 
 // The smooth normal of every control point: the normalised sum of its polygons' Newell normals.
 std::vector<aiVector3D> PointNormals(const MeshData& pData)
@@ -61,7 +61,7 @@ unsigned int PrimitiveTypes(const MeshData& pData)
 }
 
 // One aiMesh with a vertex per corner of pData.
-aiMesh* BuildCornerMesh(const MeshData& pData, Attributes pAttributes)
+aiMesh* BuildCornerMesh(const MeshData& pData, EAttributes pAttributes)
 {
     const unsigned int lCorners = static_cast<unsigned int>(pData.PolygonVertexCount());
     aiMesh* lMesh = new aiMesh();
@@ -73,7 +73,7 @@ aiMesh* BuildCornerMesh(const MeshData& pData, Attributes pAttributes)
         lMesh->mVertices[k] = aiVector3D(static_cast<float>(lPosition[0]), static_cast<float>(lPosition[1]),
                                          static_cast<float>(lPosition[2]));
     }
-    if (pAttributes != Attributes::ePositions && !pData.mUVSets.empty()) {
+    if (pAttributes != EAttributes::ePositions && !pData.mUVSets.empty()) {
         const moxmeshtool::AttributeChannel& lUVs = pData.mUVSets[0];
         lMesh->mNumUVComponents[0] = 2;
         lMesh->mTextureCoords[0] = new aiVector3D[lCorners];
@@ -85,7 +85,7 @@ aiMesh* BuildCornerMesh(const MeshData& pData, Attributes pAttributes)
                                static_cast<float>(lUVs.mValues[2 * size_t(lIndex) + 1]), 0.0f);
         }
     }
-    if (pAttributes == Attributes::eNormalsAndUVs) {
+    if (pAttributes == EAttributes::eNormalsAndUVs) {
         const std::vector<aiVector3D> lPointNormals = PointNormals(pData);
         lMesh->mNormals = new aiVector3D[lCorners];
         for (unsigned int k = 0; k < lCorners; ++k)
@@ -104,7 +104,7 @@ aiMesh* BuildCornerMesh(const MeshData& pData, Attributes pAttributes)
 }
 
 // The scene of pData (one mesh, one material, one node) in assbin form.
-std::string SerialiseScene(const MeshData& pData, Attributes pAttributes)
+std::string SerialiseScene(const MeshData& pData, EAttributes pAttributes)
 {
     aiScene lScene;
     lScene.mRootNode = new aiNode("root");
@@ -121,10 +121,10 @@ std::string SerialiseScene(const MeshData& pData, Attributes pAttributes)
 }
 
 // The serialised scenes of the mesh being measured, made on first use.
-const std::string& SceneOf(const BenchMesh& pMesh, Attributes pAttributes)
+const std::string& SceneOf(const BenchMesh& pMesh, EAttributes pAttributes)
 {
     static const BenchMesh* sgMesh = nullptr;
-    static std::map<Attributes, std::string> sgScenes;
+    static std::map<EAttributes, std::string> sgScenes;
     if (sgMesh != &pMesh) {
         sgScenes.clear();
         sgMesh = &pMesh;
@@ -137,7 +137,7 @@ const std::string& SceneOf(const BenchMesh& pMesh, Attributes pAttributes)
 
 struct Step {
     unsigned int mFlags;
-    Attributes mInput;
+    EAttributes mInput;
     float mSmoothingAngle;  // GenSmoothNormals' limit, in degrees
 };
 
@@ -166,27 +166,27 @@ void MeasureStep(benchmark::State& pState, const BenchMesh& pMesh, const Step& p
 // 175 degrees: no angle limit (Assimp's fast path), every vertex takes its position's smooth normal.
 void MeasureGenSmoothNormals175(benchmark::State& pState, const BenchMesh& pMesh)
 {
-    MeasureStep(pState, pMesh, {aiProcess_GenSmoothNormals, Attributes::ePositions, 175.0f});
+    MeasureStep(pState, pMesh, {aiProcess_GenSmoothNormals, EAttributes::ePositions, 175.0f});
 }
 
 void MeasureGenSmoothNormals45(benchmark::State& pState, const BenchMesh& pMesh)
 {
-    MeasureStep(pState, pMesh, {aiProcess_GenSmoothNormals, Attributes::ePositions, 45.0f});
+    MeasureStep(pState, pMesh, {aiProcess_GenSmoothNormals, EAttributes::ePositions, 45.0f});
 }
 
 void MeasureCalcTangentSpace(benchmark::State& pState, const BenchMesh& pMesh)
 {
-    MeasureStep(pState, pMesh, {aiProcess_CalcTangentSpace, Attributes::eNormalsAndUVs, 45.0f});
+    MeasureStep(pState, pMesh, {aiProcess_CalcTangentSpace, EAttributes::eNormalsAndUVs, 45.0f});
 }
 
 void MeasureJoinIdenticalVertices(benchmark::State& pState, const BenchMesh& pMesh)
 {
-    MeasureStep(pState, pMesh, {aiProcess_JoinIdenticalVertices, Attributes::ePositions, 45.0f});
+    MeasureStep(pState, pMesh, {aiProcess_JoinIdenticalVertices, EAttributes::ePositions, 45.0f});
 }
 
 void MeasureFindDegenerates(benchmark::State& pState, const BenchMesh& pMesh)
 {
-    MeasureStep(pState, pMesh, {aiProcess_FindDegenerates, Attributes::ePositions, 45.0f});
+    MeasureStep(pState, pMesh, {aiProcess_FindDegenerates, EAttributes::ePositions, 45.0f});
 }
 
 // The same work as our import pipeline, as an Assimp import asks for it: degenerates, normals smoothed
@@ -196,7 +196,7 @@ void MeasureImportChain(benchmark::State& pState, const BenchMesh& pMesh)
     MeasureStep(pState, pMesh,
                 {aiProcess_FindDegenerates | aiProcess_GenSmoothNormals | aiProcess_CalcTangentSpace |
                      aiProcess_JoinIdenticalVertices,
-                 Attributes::eUVs, 30.0f});
+                 EAttributes::eUVs, 30.0f});
 }
 
 }  // namespace

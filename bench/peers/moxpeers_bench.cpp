@@ -41,7 +41,8 @@ void Measure(benchmark::State& pState, const BenchMesh& pMesh, void (*pMeasure)(
 {
     moxmeshtool::LibraryReports lReports;
     pMeasure(pState, pMesh);
-    if (lReports.CountSinceMark() > 0) pState.counters["library reports"] = lReports.CountSinceMark();
+    if (lReports.CountSinceMark() > 0)
+        pState.counters["library reports"] = static_cast<double>(lReports.CountSinceMark());
 }
 
 // Mesh after mesh, each with our rows, then the peers'.

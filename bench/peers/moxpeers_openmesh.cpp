@@ -1,6 +1,7 @@
 // OpenMesh: the halfedge structure built from the polygon list, and its normal updates. Triangle meshes
 // go into OpenMesh's triangle mesh, the others into its polygon mesh; points are stored as floats.
 // Polygons OpenMesh refuses (a repeated corner, a non-manifold edge) are left out, quietly.
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -18,9 +19,7 @@ using PolyMesh = OpenMesh::PolyMesh_ArrayKernelT<>;
 
 bool IsTriangleMesh(const MeshData& pData)
 {
-    for (int lSize : pData.mPolygonSizes)
-        if (lSize != 3) return false;
-    return true;
+    return std::all_of(pData.mPolygonSizes.begin(), pData.mPolygonSizes.end(), [](int pSize) { return pSize == 3; });
 }
 
 // Adds pData's points and polygons to the empty pMesh.
@@ -32,8 +31,9 @@ void Fill(const MeshData& pData, Mesh& pMesh)
     std::vector<typename Mesh::VertexHandle> lHandles(lPoints);
     for (size_t i = 0; i < lPoints; ++i) {
         const double* lPosition = &pData.mPositions[3 * i];
-        lHandles[i] = pMesh.add_vertex(typename Mesh::Point(
-            static_cast<float>(lPosition[0]), static_cast<float>(lPosition[1]), static_cast<float>(lPosition[2])));
+        const typename Mesh::Point lPoint(static_cast<float>(lPosition[0]), static_cast<float>(lPosition[1]),
+                                          static_cast<float>(lPosition[2]));
+        lHandles[i] = typename Mesh::VertexHandle(pMesh.add_vertex(lPoint).idx());
     }
     std::vector<typename Mesh::VertexHandle> lFace;
     size_t lCorner = 0;

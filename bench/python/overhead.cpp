@@ -3,7 +3,7 @@
 // A shared library that overhead.py loads (ctypes) and calls in its own process, so that both languages
 // run with the same allocator state and on the same processor.
 
-#include <time.h>
+#include <ctime>
 
 #include <algorithm>
 #include <cmath>

@@ -32,7 +32,8 @@ inline MoxMesh* NewMesh(const moxbench::MeshData& pData)
     lMesh->InitControlPoints(pData.ControlPointCount());
     MoxVector4* lPoints = lMesh->GetControlPoints();
     for (int i = 0; i < pData.ControlPointCount(); ++i)
-        lPoints[i] = MoxVector4(pData.mPositions[3 * i], pData.mPositions[3 * i + 1], pData.mPositions[3 * i + 2]);
+        lPoints[i] = MoxVector4(pData.mPositions[3 * size_t(i)], pData.mPositions[3 * size_t(i) + 1],
+                                pData.mPositions[3 * size_t(i) + 2]);
     lMesh->mPolygons.Reserve(pData.PolygonCount());
     lMesh->mPolygonVertices.Reserve(pData.CornerCount());
     int lCorner = 0;
@@ -46,7 +47,7 @@ inline MoxMesh* NewMesh(const moxbench::MeshData& pData)
         lUVs->SetMappingMode(MoxLayerElement::eByPolygonVertex);
         lUVs->SetReferenceMode(MoxLayerElement::eIndexToDirect);
         for (int i = 0; i < pData.UVCount(); ++i)
-            lUVs->mDirectArray->Add(moxsdk::MoxVector2(pData.mUVs[2 * i], pData.mUVs[2 * i + 1]));
+            lUVs->mDirectArray->Add(moxsdk::MoxVector2(pData.mUVs[2 * size_t(i)], pData.mUVs[2 * size_t(i) + 1]));
         for (int lIndex : pData.mUVIndices) lUVs->mIndexArray->Add(lIndex);
         lMesh->GetLayer(0)->SetUVs(lUVs, MoxLayerElement::eTextureChannel0);
     }
@@ -58,7 +59,7 @@ inline const moxbench::MeshData& MixedData(int pPolygons)
 {
     static std::map<int, std::unique_ptr<moxbench::MeshData>> sgCache;
     std::unique_ptr<moxbench::MeshData>& lData = sgCache[pPolygons];
-    if (!lData) lData.reset(new moxbench::MeshData(moxbench::MixedMesh(pPolygons, 1)));
+    if (!lData) lData = std::make_unique<moxbench::MeshData>(moxbench::MixedMesh(pPolygons, 1));
     return *lData;
 }
 

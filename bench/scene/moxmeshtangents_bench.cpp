@@ -36,8 +36,8 @@ std::vector<Vec3> FaceNormals(const MeshData& pData)
     for (int lSize : pData.mPolygonSizes) {
         Vec3 lSum;
         for (int k = 0; k < lSize; ++k) {
-            const double* a = &pData.mPositions[3 * pData.mPolygonVertices[lCorner + k]];
-            const double* b = &pData.mPositions[3 * pData.mPolygonVertices[lCorner + (k + 1) % lSize]];
+            const double* a = &pData.mPositions[3 * size_t(pData.mPolygonVertices[lCorner + k])];
+            const double* b = &pData.mPositions[3 * size_t(pData.mPolygonVertices[lCorner + (k + 1) % lSize])];
             lSum.mX += (a[1] - b[1]) * (a[2] + b[2]);
             lSum.mY += (a[2] - b[2]) * (a[0] + b[0]);
             lSum.mZ += (a[0] - b[0]) * (a[1] + b[1]);
@@ -161,8 +161,10 @@ void BM_TangentsFanApex(benchmark::State& pState)
         if (lKind == 2) lApex = MoxVector4(lJitter(lRandom), lJitter(lRandom), 1.0 + lJitter(lRandom));
         if (lKind == 3) {
             const int lPoint = static_cast<int>(lRandom() % 1331);
-            lApex =
-                MoxVector4(0.5 + lPoint % 11 * 1.1e-06, 0.5 + lPoint / 11 % 11 * 1.1e-06, 0.5 + lPoint / 121 * 1.1e-06);
+            const int lX = lPoint % 11;
+            const int lY = lPoint / 11 % 11;
+            const int lZ = lPoint / 121;
+            lApex = MoxVector4(0.5 + lX * 1.1e-06, 0.5 + lY * 1.1e-06, 0.5 + lZ * 1.1e-06);
         }
         lArray->SetAt(3 * i, lApex);
         lArray->SetAt(3 * i + 1, MoxVector4(lFaces[i].mX, lFaces[i].mY, lFaces[i].mZ));

@@ -8,9 +8,9 @@
 namespace moxbench {
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kMajorRadius = 1.0;
-constexpr double kMinorRadius = 0.4;
+constexpr double sgPi = 3.14159265358979323846;
+constexpr double sgMajorRadius = 1.0;
+constexpr double sgMinorRadius = 0.4;
 
 // The nu x nv grid of control points on the torus, wrapped in both directions.
 struct TorusGrid {
@@ -30,18 +30,18 @@ TorusGrid GridForQuads(double pQuadCount)
     return TorusGrid{lNu, lNv};
 }
 
-// Control points with a tube radius of kMinorRadius * (1 + pBump sin(5u) cos(3v)); the plain torus has
+// Control points with a tube radius of sgMinorRadius * (1 + pBump sin(5u) cos(3v)); the plain torus has
 // pBump = 0.
 void AddPositions(const TorusGrid& pGrid, double pBump, MeshData& pMesh)
 {
     pMesh.mPositions.reserve(static_cast<size_t>(pGrid.mNu) * pGrid.mNv * 3);
     for (int i = 0; i < pGrid.mNu; ++i) {
-        const double lU = 2.0 * kPi * i / pGrid.mNu;
+        const double lU = 2.0 * sgPi * i / pGrid.mNu;
         for (int j = 0; j < pGrid.mNv; ++j) {
-            const double lV = 2.0 * kPi * j / pGrid.mNv;
-            const double lTube = kMinorRadius * (1.0 + pBump * std::sin(5.0 * lU) * std::cos(3.0 * lV));
-            pMesh.mPositions.push_back((kMajorRadius + lTube * std::cos(lV)) * std::cos(lU));
-            pMesh.mPositions.push_back((kMajorRadius + lTube * std::cos(lV)) * std::sin(lU));
+            const double lV = 2.0 * sgPi * j / pGrid.mNv;
+            const double lTube = sgMinorRadius * (1.0 + pBump * std::sin(5.0 * lU) * std::cos(3.0 * lV));
+            pMesh.mPositions.push_back((sgMajorRadius + lTube * std::cos(lV)) * std::cos(lU));
+            pMesh.mPositions.push_back((sgMajorRadius + lTube * std::cos(lV)) * std::sin(lU));
             pMesh.mPositions.push_back(lTube * std::sin(lV));
         }
     }
@@ -143,7 +143,7 @@ MeshData Fan(int pTriangleCount)
     lMesh.mPositions = {0.0, 0.0, 0.0};
     lMesh.mUVs = {0.5, 0.5};
     for (int i = 0; i < lRimCount; ++i) {
-        const double lAngle = 2.0 * kPi * i / lRimCount;
+        const double lAngle = 2.0 * sgPi * i / lRimCount;
         lMesh.mPositions.insert(lMesh.mPositions.end(), {std::cos(lAngle), std::sin(lAngle), 0.0});
         lMesh.mUVs.insert(lMesh.mUVs.end(), {0.5 + 0.5 * std::cos(lAngle), 0.5 + 0.5 * std::sin(lAngle)});
     }

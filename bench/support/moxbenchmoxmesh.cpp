@@ -11,12 +11,14 @@ void FillMoxMesh(MoxMesh& pMesh, const MeshData& pData, bool pWithUVs)
     pMesh.InitControlPoints(lPointCount);
     MoxVector4* lPoints = pMesh.GetControlPoints();
     for (int i = 0; i < lPointCount; ++i)
-        lPoints[i] = MoxVector4(pData.mPositions[3 * i], pData.mPositions[3 * i + 1], pData.mPositions[3 * i + 2]);
+        lPoints[i] = MoxVector4(pData.mPositions[3 * size_t(i)], pData.mPositions[3 * size_t(i) + 1],
+                                pData.mPositions[3 * size_t(i) + 2]);
     if (pWithUVs) {
         pMesh.InitTextureUV(pData.UVCount());
         MoxLayerElementArrayTemplate<MoxVector2>* lUVs = nullptr;
         pMesh.GetTextureUV(&lUVs);
-        for (int i = 0; i < pData.UVCount(); ++i) lUVs->SetAt(i, MoxVector2(pData.mUVs[2 * i], pData.mUVs[2 * i + 1]));
+        for (int i = 0; i < pData.UVCount(); ++i)
+            lUVs->SetAt(i, MoxVector2(pData.mUVs[2 * size_t(i)], pData.mUVs[2 * size_t(i) + 1]));
     }
     pMesh.mPolygons.Reserve(pData.PolygonCount());
     pMesh.mPolygonVertices.Reserve(pData.CornerCount());

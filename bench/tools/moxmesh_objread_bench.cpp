@@ -37,7 +37,7 @@ std::string BenchFile()
 {
     const char* lChosen = std::getenv("MOX_BENCH_OBJ");
     if (lChosen && *lChosen) return lChosen;
-    const std::string lPath = MOX_BENCH_TORUS_OBJ;
+    std::string lPath = MOX_BENCH_TORUS_OBJ;
     if (std::ifstream(lPath).good()) return lPath;
     std::error_code lError;
     std::filesystem::create_directories(std::filesystem::path(lPath).parent_path(), lError);

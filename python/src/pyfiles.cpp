@@ -27,11 +27,11 @@ std::string PathOf(const py::handle& pPath)
     return py::module_::import("os").attr("fspath")(pPath).cast<std::string>();
 }
 
-moxmeshtool::NormalsMode NormalsModeOf(const std::string& pNormals)
+moxmeshtool::ENormalsMode NormalsModeOf(const std::string& pNormals)
 {
-    if (pNormals == "keep") return moxmeshtool::NormalsMode::eKeep;
-    if (pNormals == "control-point") return moxmeshtool::NormalsMode::eControlPoint;
-    if (pNormals == "polygon-vertex") return moxmeshtool::NormalsMode::ePolygonVertex;
+    if (pNormals == "keep") return moxmeshtool::ENormalsMode::eKeep;
+    if (pNormals == "control-point") return moxmeshtool::ENormalsMode::eControlPoint;
+    if (pNormals == "polygon-vertex") return moxmeshtool::ENormalsMode::ePolygonVertex;
     throw py::value_error("normals: expected 'keep', 'control-point' or 'polygon-vertex', got '" + pNormals + "'");
 }
 

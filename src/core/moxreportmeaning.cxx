@@ -6,6 +6,10 @@
 #include "core/base/detail/moxredblacktreereports.h"
 #include "core/base/moxreporttext.h"
 #include "core/detail/moxcorereports.h"
+#include "moxsdk/core/base/detail/moxarrayreports.h"
+#include "moxsdk/core/base/detail/moxredblacktreeinsertreports.h"
+#include "moxsdk/scene/detail/moxobjectreports.h"
+#include "moxsdk/scene/geometry/detail/moxlayerelementreports.h"
 #include "scene/detail/moxscenereports.h"
 #include "scene/geometry/detail/moxlayerreports.h"
 #include "scene/geometry/detail/moxmeshreports.h"
@@ -28,16 +32,22 @@ constexpr ReportFile MakeReportFile(const char* pFile, const MoxReportText* cons
     return ReportFile{pFile, pTexts, N};
 }
 
+// A report file whose texts are made both inside the library and by a public header's inline code has
+// two entries, one per header of texts.
 constexpr ReportFile sgReportFiles[] = {
     MakeReportFile("core/moxstring", detail::stringreports::sgAll),
     MakeReportFile("core/base/moxcontainerallocators", detail::allocatorreports::sgAll),
     MakeReportFile("core/base/moxpairset", detail::pairsetreports::sgAll),
     MakeReportFile("core/base/moxpointerlist", detail::pointerlistreports::sgAll),
+    MakeReportFile("core/base/moxarray", detail::arrayreports::sgAll),
     MakeReportFile("core/base/moxredblacktree", detail::redblacktreereports::sgAll),
+    MakeReportFile("core/base/moxredblacktree", detail::redblacktreeinsertreports::sgAll),
     MakeReportFile("scene/moxmanager", detail::managerreports::sgAll),
+    MakeReportFile("scene/moxobject", detail::objectallocationreports::sgAll),
     MakeReportFile("scene/geometry/moxlayercontainer", detail::layercontainerreports::sgAll),
     MakeReportFile("scene/geometry/moxmesh", detail::meshreports::sgAll),
     MakeReportFile("scene/geometry/moxlayer", detail::layerreports::sgAll),
+    MakeReportFile("scene/geometry/moxlayer", detail::layerelementreports::sgAll),
 };
 
 // The creation reports are made under the report file of the class being created.

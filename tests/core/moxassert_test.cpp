@@ -42,15 +42,16 @@ TEST(MoxAssert, MacroReportsConditionTextOnlyWhenFalse)
     EXPECT_EQ(lCapture.Reports()[0].mFunction, "TestBody");
 }
 
-std::vector<std::string>& sgHostReports()
+std::vector<std::string>& HostReports()
 {
-    static std::vector<std::string> lReports;
-    return lReports;
+    static std::vector<std::string> sgReports;
+    return sgReports;
 }
 
-void HostProc(const char*, const char*, unsigned int, const char* pMessage)
+void HostProc(const char* /*pFileName*/, const char* /*pFunctionName*/, unsigned int /*pLineNumber*/,
+              const char* pMessage)
 {
-    sgHostReports().push_back(pMessage);
+    HostReports().emplace_back(pMessage);
 }
 
 TEST(MoxAssert, GetProcAnswersTheInstalledProcedureAndTheDefaultForNull)
@@ -65,7 +66,7 @@ TEST(MoxAssert, GetProcAnswersTheInstalledProcedureAndTheDefaultForNull)
 
 TEST(MoxAssert, NestedCapturesTakeReportsInnermostFirstAndLeaveTheHostProcedureInPlace)
 {
-    sgHostReports().clear();
+    HostReports().clear();
     moxsdk::MoxAssertSetProc(&HostProc);
     {
         moxtest::ReportCapture lOuter;
@@ -80,14 +81,14 @@ TEST(MoxAssert, NestedCapturesTakeReportsInnermostFirstAndLeaveTheHostProcedureI
         EXPECT_EQ(lOuter.Messages(), (std::vector<std::string>{"outer 1", "outer 2"}));
     }
     moxsdk::_MoxAssert("core/test", "F", 4, "host");
-    EXPECT_EQ(sgHostReports(), std::vector<std::string>{"host"});
+    EXPECT_EQ(HostReports(), std::vector<std::string>{"host"});
     EXPECT_EQ(moxsdk::MoxAssertGetProc(), &HostProc);
     moxsdk::MoxAssertSetProc(nullptr);
 }
 
 TEST(MoxAssert, CaptureTakesOnlyItsOwnThreadsReports)
 {
-    sgHostReports().clear();
+    HostReports().clear();
     moxsdk::MoxAssertSetProc(&HostProc);
     {
         moxtest::ReportCapture lCapture;
@@ -95,7 +96,7 @@ TEST(MoxAssert, CaptureTakesOnlyItsOwnThreadsReports)
         moxsdk::_MoxAssert("core/test", "F", 2, "this thread");
         EXPECT_EQ(lCapture.Messages(), std::vector<std::string>{"this thread"});
     }
-    EXPECT_EQ(sgHostReports(), std::vector<std::string>{"other thread"});
+    EXPECT_EQ(HostReports(), std::vector<std::string>{"other thread"});
     moxsdk::MoxAssertSetProc(nullptr);
 }
 

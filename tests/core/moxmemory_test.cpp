@@ -278,6 +278,8 @@ struct Counted {
     int mId;
     Counted() : mId(sgLive++) {}
     explicit Counted(int pId) : mId(pId) { ++sgLive; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
     ~Counted()
     {
         --sgLive;

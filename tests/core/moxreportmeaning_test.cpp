@@ -7,6 +7,10 @@
 
 #include "core/base/detail/moxredblacktreereports.h"
 #include "core/detail/moxcorereports.h"
+#include "moxsdk/core/base/detail/moxarrayreports.h"
+#include "moxsdk/core/base/detail/moxredblacktreeinsertreports.h"
+#include "moxsdk/scene/detail/moxobjectreports.h"
+#include "moxsdk/scene/geometry/detail/moxlayerelementreports.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "moxsdk/scene/moxskin.h"
 #include "scene/detail/moxscenereports.h"
@@ -42,6 +46,52 @@ TEST(MoxReportMeaning, EachReportFileNamesDistinctTextsWithMeanings)
     ExpectDistinctTextsWithMeanings(detail::redblacktreereports::sgAll);
     ExpectDistinctTextsWithMeanings(detail::managerreports::sgAll);
     ExpectDistinctTextsWithMeanings(detail::layercontainerreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::arrayreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::redblacktreeinsertreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::objectallocationreports::sgAll);
+    ExpectDistinctTextsWithMeanings(detail::layerelementreports::sgAll);
+}
+
+// A report file whose texts live in two headers (made in the library and by a public header) names each
+// text in one of them only.
+template <size_t N, size_t M>
+void ExpectDisjoint(const detail::MoxReportText* const (&pLibrary)[N], const detail::MoxReportText* const (&pHeader)[M])
+{
+    for (const detail::MoxReportText* lHeaderText : pHeader)
+        for (const detail::MoxReportText* lLibraryText : pLibrary)
+            EXPECT_STRNE(lHeaderText->mText, lLibraryText->mText);
+}
+
+TEST(MoxReportMeaning, TextsOfOneFileInTwoHeadersAreNamedOnce)
+{
+    ExpectDisjoint(detail::redblacktreereports::sgAll, detail::redblacktreeinsertreports::sgAll);
+    ExpectDisjoint(detail::layerreports::sgAll, detail::layerelementreports::sgAll);
+}
+
+// The reports made by the public headers' inline code are explained like the library's own.
+TEST(MoxReportMeaning, ReportsOfPublicHeadersAreExplained)
+{
+    EXPECT_STREQ(MoxReportMeaning("core/base/moxarray", "mData"),
+                 "memory for the array's block ran out; the array is left empty and the operation fails");
+    EXPECT_STREQ(MoxReportMeaning("core/base/moxredblacktree", "lNode == lBuffer"),
+                 "a record was not constructed at the start of its memory; the insertion goes on");
+    EXPECT_STREQ(MoxReportMeaning("core/base/moxredblacktree", "mRoot == pNode"),
+                 "a node without a parent is not the root: the tree was changed from outside");
+    EXPECT_STREQ(MoxReportMeaning("scene/moxobject", "lObject"), "memory for a new scene object ran out; none is made");
+    EXPECT_STREQ(MoxReportMeaning("scene/geometry/moxlayer",
+                                  "mReferenceMode == MoxLayerElement::eIndex || "
+                                  "mReferenceMode == MoxLayerElement::eIndexToDirect"),
+                 "an element's index array was asked for in a reference mode without one; the array is given anyway");
+    EXPECT_STREQ(MoxReportMeaning("scene/geometry/moxlayer", "mData"),
+                 "memory for an element array's values ran out; the array keeps its old block");
+
+    // The named text is the one reported.
+    moxtest::ReportCapture lCapture;
+    MoxArray<int> lArray;
+    EXPECT_EQ(lArray.Find(0, -1), -1);
+    EXPECT_TRUE(lCapture.HasOnly("core/base/moxarray", "Find", "pStartIndex >= 0"));
+    EXPECT_STREQ(MoxReportMeaning("core/base/moxarray", "pStartIndex >= 0"),
+                 "Find was given a negative start index; it finds nothing");
 }
 
 TEST(MoxReportMeaning, KnownTextsOfTheirFileAreExplained)

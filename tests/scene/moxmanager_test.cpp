@@ -89,7 +89,7 @@ TEST(MoxManager, IndicesStayConsistentWhenObjectsGo)
 {
     MoxManager* lManager = MoxManager::Create();
     MoxNode* lNodes[5];
-    for (int i = 0; i < 5; ++i) lNodes[i] = MoxNode::Create(lManager, "n");
+    for (auto& lNode : lNodes) lNode = MoxNode::Create(lManager, "n");
     lNodes[1]->Destroy();
     lNodes[0]->Destroy();
     lNodes[4]->Destroy();

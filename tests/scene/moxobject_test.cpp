@@ -22,6 +22,8 @@ namespace {
 // A manager destroyed at the end of the test.
 struct ManagerHolder {
     ManagerHolder() : mManager(MoxManager::Create()) {}
+    ManagerHolder(const ManagerHolder&) = delete;
+    ManagerHolder& operator=(const ManagerHolder&) = delete;
     ~ManagerHolder()
     {
         if (mManager) mManager->Destroy();

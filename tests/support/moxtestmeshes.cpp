@@ -42,6 +42,7 @@ void MakeClosedFan(MoxMesh& pMesh, int pTriangles, int pPointCount)
     std::vector<Point> lPoints{{0, 0, 1}};
     for (int i = 1; i < pPointCount; ++i) lPoints.push_back({double(i), double(i % 3), 0});
     std::vector<std::vector<int>> lTriangles;
+    lTriangles.reserve(pTriangles);
     for (int i = 0; i < pTriangles; ++i) lTriangles.push_back({0, 1 + i, 1 + (i + 1) % pTriangles});
     BuildMesh(pMesh, lPoints, lTriangles);
 }
@@ -88,6 +89,7 @@ void MakeTwoTriangles(MoxMesh& pMesh)
 void MakeCube(MoxMesh& pMesh)
 {
     std::vector<Point> lPoints;
+    lPoints.reserve(8);
     for (int i = 0; i < 8; ++i) lPoints.push_back({double(i & 1), double((i >> 1) & 1), double((i >> 2) & 1)});
     BuildMesh(pMesh, lPoints, {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}});
 }
@@ -158,6 +160,7 @@ void MakeFan(MoxMesh& pMesh, int pCount, double pHeight)
     const std::vector<Point> lRim = CirclePoints(pCount, 0.0);
     lPoints.insert(lPoints.end(), lRim.begin(), lRim.end());
     std::vector<std::vector<int>> lPolygons;
+    lPolygons.reserve(pCount);
     for (int i = 0; i < pCount; ++i) lPolygons.push_back({0, 1 + i, 1 + (i + 1) % pCount});
     BuildMesh(pMesh, lPoints, lPolygons);
 }
@@ -168,6 +171,7 @@ void MakeGrid(MoxMesh& pMesh, int pColumns, int pRows, bool pClosed)
     const int lHeight = pClosed ? pRows : pRows + 1;
     auto lPoint = [&](int pI, int pJ) { return (pJ % lHeight) * lWidth + pI % lWidth; };
     std::vector<Point> lPoints;
+    lPoints.reserve(lWidth * lHeight);
     for (int i = 0; i < lWidth * lHeight; ++i) lPoints.push_back({double(i), double(i % 5), 0.0});
     std::vector<std::vector<int>> lQuads;
     for (int j = 0; j < pRows; ++j)
@@ -179,6 +183,7 @@ void MakeGrid(MoxMesh& pMesh, int pColumns, int pRows, bool pClosed)
 void MakeNGon(MoxMesh& pMesh, int pSides)
 {
     std::vector<int> lCorners;
+    lCorners.reserve(pSides);
     for (int i = 0; i < pSides; ++i) lCorners.push_back(i);
     BuildMesh(pMesh, CirclePoints(pSides, 0.0), {lCorners});
 }
@@ -209,7 +214,9 @@ void MakeUVSeam(MoxMesh& pMesh)
     lUVs->SetReferenceMode(moxsdk::MoxLayerElement::eIndexToDirect);
     for (int lQuad = 0; lQuad < 2; ++lQuad)
         for (int i = 0; i < 4; ++i) {
-            lUVs->mDirectArray->Add(moxsdk::MoxVector2(double((i + 1) / 2 % 2), double(i / 2)));
+            const int lU = (i + 1) / 2 % 2;
+            const int lV = i / 2;
+            lUVs->mDirectArray->Add(moxsdk::MoxVector2(lU, lV));
             lUVs->mIndexArray->Add(lQuad * 4 + i);
         }
     lLayer->SetUVs(lUVs);

@@ -14,6 +14,7 @@ namespace {
 std::vector<int> Sizes(const MoxMesh& pMesh)
 {
     std::vector<int> lSizes;
+    lSizes.reserve(pMesh.GetPolygonCount());
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) lSizes.push_back(pMesh.GetPolygonSize(p));
     return lSizes;
 }
@@ -63,7 +64,8 @@ TEST(MoxTestMeshes, NonManifoldEdgeJoinsThreeTriangles)
     int lSidesOnEdge = 0;
     for (int p = 0; p < 3; ++p)
         for (int k = 0; k < 3; ++k) {
-            const int a = lMesh->GetPolygonVertex(p, k), b = lMesh->GetPolygonVertex(p, (k + 1) % 3);
+            const int a = lMesh->GetPolygonVertex(p, k);
+            const int b = lMesh->GetPolygonVertex(p, (k + 1) % 3);
             if ((a == 0 && b == 1) || (a == 1 && b == 0)) ++lSidesOnEdge;
         }
     EXPECT_EQ(lSidesOnEdge, 3);

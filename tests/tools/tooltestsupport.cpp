@@ -21,7 +21,7 @@ TempDir::TempDir()
 {
     const char* lBase = std::getenv("TMPDIR");
     std::string lTemplate = std::string(lBase && *lBase ? lBase : "/tmp") + "/moxmesh-test-XXXXXX";
-    if (!mkdtemp(&lTemplate[0])) throw std::runtime_error("cannot make a temporary directory");
+    if (!mkdtemp(lTemplate.data())) throw std::runtime_error("cannot make a temporary directory");
     mPath = lTemplate;
 }
 
@@ -98,6 +98,7 @@ std::vector<CornerValues> ReadCorners(moxsdk::MoxMesh& pMesh)
 std::vector<int> PolygonSizes(const moxsdk::MoxMesh& pMesh)
 {
     std::vector<int> lSizes;
+    lSizes.reserve(static_cast<size_t>(pMesh.GetPolygonCount()));
     for (int p = 0; p < pMesh.GetPolygonCount(); ++p) lSizes.push_back(pMesh.GetPolygonSize(p));
     return lSizes;
 }

@@ -26,6 +26,7 @@
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 #include "moxsdk/core/moxstring.h"
+#include "moxsdk/scene/detail/moxobjectreports.h"
 
 namespace moxsdk {
 
@@ -172,7 +173,7 @@ protected:
     {
         T* lObject = MoxNew<T>(pManager, pName);
         if (!lObject) {
-            MOX_REPORT("scene/moxobject", "lObject");
+            MOX_REPORT("scene/moxobject", detail::objectallocationreports::sgNoObjectMemory.mText);
             return nullptr;
         }
         MoxObject* lBase = lObject;
@@ -234,6 +235,8 @@ private:
 //     pClass::Create(MoxObject*, const char*)    -- CreateObjectIn with pClass::ClassId; its report names
 //                                                   pFile, the class's source path without extension
 //     pClass::Allocate(...)                      -- AllocateObject<pClass>
+// pClass names a class: the declarations cannot put it in parentheses.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define MOX_SCENE_OBJECT_DEFINITIONS(pClass, pParent, pFile)                                                           \
     MOX_SCENE_CLASS_RECORD_DEFINITIONS(pClass, &pParent::ClassId, &pClass::Allocate)                                   \
     pClass* pClass::Create(MoxManager* pManager, const char* pName)                                                    \
@@ -248,3 +251,4 @@ private:
     {                                                                                                                  \
         return AllocateObject<pClass>(pManager, pName, pFrom);                                                         \
     }
+// NOLINTEND(bugprone-macro-parentheses)

@@ -17,9 +17,9 @@ using moxtest::ReportCapture;
 
 namespace {
 
-const char* const kFile = "core/base/moxarray";
-const char* const kOutOfRange = "Index is out of range!";
-const char* const kReserved =
+const char* const sgFile = "core/base/moxarray";
+const char* const sgOutOfRange = "Index is out of range!";
+const char* const sgReserved =
     "Index is out of range, but not outside of capacity! Call SetAt() to use reserved memory.";
 
 MoxArray<int> MakeArray(std::initializer_list<int> pValues)
@@ -113,9 +113,9 @@ TEST(MoxArray, ReserveZeroFillsAndIndexingReservedSlotReportsBoth)
     ReportCapture lCapture;
     EXPECT_EQ(lArray[3], 0);
     ASSERT_EQ(lCapture.Count(), 2u);
-    EXPECT_EQ(lCapture.Reports()[0].mMessage, kReserved);
-    EXPECT_EQ(lCapture.Reports()[1].mMessage, kOutOfRange);
-    EXPECT_EQ(lCapture.Reports()[0].mFile, kFile);
+    EXPECT_EQ(lCapture.Reports()[0].mMessage, sgReserved);
+    EXPECT_EQ(lCapture.Reports()[1].mMessage, sgOutOfRange);
+    EXPECT_EQ(lCapture.Reports()[0].mFile, sgFile);
     EXPECT_EQ(lCapture.Reports()[0].mFunction, "operator[]");
 
     lCapture.Clear();
@@ -133,7 +133,7 @@ TEST(MoxArray, ReserveNeverShrinksAndRejectsNegative)
     EXPECT_EQ(lArray.GetCapacity(), 8);
     ReportCapture lCapture;
     EXPECT_FALSE(lArray.Reserve(-1));
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "Reserve", "pCapacity >= 0"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "Reserve", "pCapacity >= 0"));
 }
 
 TEST(MoxArray, NegativeIndexReportsOnceAndReachesZeroedScratch)
@@ -141,7 +141,7 @@ TEST(MoxArray, NegativeIndexReportsOnceAndReachesZeroedScratch)
     MoxArray<int> lArray = MakeArray({1, 2});
     ReportCapture lCapture;
     int& lScratch = lArray[-1];
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "operator[]", kOutOfRange));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "operator[]", sgOutOfRange));
     EXPECT_EQ(lScratch, 0);
     lScratch = 99;
     EXPECT_EQ(lArray[-5], 0);
@@ -154,11 +154,11 @@ TEST(MoxArray, IndexPastCapacityReportsOnlyOutOfRange)
     MoxArray<int> lArray = MakeArray({1, 2});
     ReportCapture lCapture;
     EXPECT_EQ(lArray.GetAt(2), 0);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "operator[]", kOutOfRange));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "operator[]", sgOutOfRange));
     MoxArray<int> lEmpty;
     lCapture.Clear();
     EXPECT_EQ(lEmpty[0], 0);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "operator[]", kOutOfRange));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "operator[]", sgOutOfRange));
 }
 
 TEST(MoxArray, SetAtOutsideCapacityIsRefused)
@@ -241,7 +241,7 @@ TEST(MoxArray, ResizeUninitializedNeverZeroFills)
     EXPECT_EQ(lArray.GetSize(), 5);
     ReportCapture lCapture;
     EXPECT_FALSE(lArray.ResizeUninitialized(-2, true));
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ResizeUninitialized", "pSize > 0"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ResizeUninitialized", "pSize > 0"));
 }
 
 TEST(MoxArray, ResizeNegativeReportsAndChangesNothing)
@@ -249,7 +249,7 @@ TEST(MoxArray, ResizeNegativeReportsAndChangesNothing)
     MoxArray<int> lArray = MakeArray({1, 2, 3});
     ReportCapture lCapture;
     EXPECT_FALSE(lArray.Resize(-1, false));
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "Resize", "pSize > 0"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "Resize", "pSize > 0"));
     EXPECT_EQ(Contents(lArray), (std::vector<int>{1, 2, 3}));
     EXPECT_EQ(lArray.GetCapacity(), 4);
 }
@@ -283,7 +283,7 @@ TEST(MoxArray, FindReportsNegativeStartAndMissesAbsentValue)
     MoxArray<int> lArray = MakeArray({4, 5, 4});
     ReportCapture lCapture;
     EXPECT_EQ(lArray.Find(4, -1), -1);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "Find", "pStartIndex >= 0"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "Find", "pStartIndex >= 0"));
     EXPECT_EQ(lArray.Find(9), -1);
     EXPECT_EQ(lArray.Find(4), 0);
     EXPECT_EQ(lArray.Find(4, 1), 2);
@@ -307,10 +307,10 @@ TEST(MoxArray, RemoveAtOutsideCapacityChangesNothing)
     MoxArray<int> lArray = MakeArray({1, 2, 3});
     ReportCapture lCapture;
     EXPECT_EQ(lArray.RemoveAt(-1), 0);
-    EXPECT_EQ(lCapture.Messages(), (std::vector<std::string>{kOutOfRange}));
+    EXPECT_EQ(lCapture.Messages(), (std::vector<std::string>{sgOutOfRange}));
     lCapture.Clear();
     EXPECT_EQ(lArray.RemoveAt(4), 0);
-    EXPECT_EQ(lCapture.Messages(), (std::vector<std::string>{kOutOfRange, kOutOfRange}));
+    EXPECT_EQ(lCapture.Messages(), (std::vector<std::string>{sgOutOfRange, sgOutOfRange}));
     EXPECT_EQ(lCapture.Reports()[0].mFunction, "RemoveAt");
     EXPECT_EQ(Contents(lArray), (std::vector<int>{1, 2, 3}));
 }
@@ -347,7 +347,7 @@ TEST(MoxArray, AssignmentCopiesWithCapacityEqualToSize)
     EXPECT_EQ(lTarget.GetCapacity(), 3);
     lTarget = lTarget;
     EXPECT_EQ(Contents(lTarget), (std::vector<int>{1, 2, 3}));
-    MoxArray<int> lCopy(lSource);
+    MoxArray<int> lCopy(lSource);  // NOLINT(performance-unnecessary-copy-initialization): the copy is tested
     EXPECT_EQ(Contents(lCopy), (std::vector<int>{1, 2, 3}));
 }
 
@@ -389,17 +389,17 @@ TEST(MoxArray, AllocationFailureEmptiesArrayReportsAndLeaksNothing)
         bool (*mRun)(MoxArray<int>&, const MoxArray<int>&);
     };
     const Case lCases[] = {
-        {"Add", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Add(5) != -1; }},
-        {"Reserve", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Reserve(100); }},
-        {"Resize", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Resize(100, false); }},
+        {"Add", [](MoxArray<int>& pArray, const MoxArray<int>&) { return pArray.Add(5) != -1; }},
+        {"Reserve", [](MoxArray<int>& pArray, const MoxArray<int>&) { return pArray.Reserve(100); }},
+        {"Resize", [](MoxArray<int>& pArray, const MoxArray<int>&) { return pArray.Resize(100, false); }},
         {"ResizeUninitialized",
-         [](MoxArray<int>& a, const MoxArray<int>&) { return a.ResizeUninitialized(100, true); }},
-        {"Resize", [](MoxArray<int>& a, const MoxArray<int>&) { return a.Grow(10); }},
-        {"Resize", [](MoxArray<int>& a, const MoxArray<int>& b) { return a.AddArray(b); }},
+         [](MoxArray<int>& pArray, const MoxArray<int>&) { return pArray.ResizeUninitialized(100, true); }},
+        {"Resize", [](MoxArray<int>& pArray, const MoxArray<int>&) { return pArray.Grow(10); }},
+        {"Resize", [](MoxArray<int>& pArray, const MoxArray<int>& pOther) { return pArray.AddArray(pOther); }},
         {"Resize",
-         [](MoxArray<int>& a, const MoxArray<int>& b) {
-             a = b;
-             return a.GetSize() == b.GetSize();
+         [](MoxArray<int>& pArray, const MoxArray<int>& pOther) {
+             pArray = pOther;
+             return pArray.GetSize() == pOther.GetSize();
          }},
     };
     const MoxArray<int> lOther = MakeArray({1, 2, 3, 4, 5, 6});
@@ -412,7 +412,7 @@ TEST(MoxArray, AllocationFailureEmptiesArrayReportsAndLeaksNothing)
             lTracker.FailAll(true);
             EXPECT_FALSE(lCase.mRun(lArray, lOther));
             lTracker.FailAll(false);
-            EXPECT_TRUE(lCapture.HasOnly(kFile, lCase.mFunction, "mData"));
+            EXPECT_TRUE(lCapture.HasOnly(sgFile, lCase.mFunction, "mData"));
             EXPECT_EQ(lArray.GetArray(), nullptr);
             EXPECT_EQ(lArray.GetSize(), 0);
         }

@@ -76,7 +76,7 @@ TEST(MoxBaseAllocator, AllocateRecordsAsksTheHeapForCountTimesRecordSize)
     ASSERT_NE(lRecords, nullptr);
     ASSERT_EQ(lTracker.Sizes(), std::vector<size_t>{72});
     EXPECT_EQ(lTracker.Live(), 1);
-    lAllocator.FreeMemory(lRecords);
+    moxsdk::MoxBaseAllocator::FreeMemory(lRecords);
     EXPECT_EQ(lTracker.Live(), 0);
 }
 
@@ -236,7 +236,7 @@ TEST(MoxHungryAllocator, FreeMemoryLeavesLaterAddressesUnaffected)
     const long lRequests = lTracker.Requests();
     for (int i = 0; i < 5; ++i) {
         void* lRecord = lAllocator.AllocateRecords(1);
-        EXPECT_EQ(lRecord, lData + 16 * i);
+        EXPECT_EQ(lRecord, lData + ptrdiff_t(16) * i);
         lAllocator.FreeMemory(lRecord);
     }
     EXPECT_EQ(lTracker.Requests(), lRequests);
@@ -369,7 +369,7 @@ TEST(MoxHungryAllocator, SetClearAndReleaseKeepsRepeatedCyclesFromGrowingThePool
 
 // ---- Reports of refused heap requests: one per failure, where the request was made ------------------
 
-constexpr const char* kFile = "core/base/moxcontainerallocators";
+constexpr const char* sgFile = "core/base/moxcontainerallocators";
 
 TEST(MoxBaseAllocator, RefusedRecordsAreReportedOnce)
 {
@@ -378,7 +378,7 @@ TEST(MoxBaseAllocator, RefusedRecordsAreReportedOnce)
     moxtest::ReportCapture lCapture;
     lTracker.FailAll(true);
     EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "AllocateRecords", "lRecords"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "AllocateRecords", "lRecords"));
     lCapture.Clear();
     lTracker.FailAll(false);
     void* lRecord = lAllocator.AllocateRecords(1);
@@ -394,7 +394,7 @@ TEST(MoxHungryMemoryBlock, MissingMemoryIsReported)
     lTracker.FailAll(true);
     MemoryBlock lBlock(64);
     EXPECT_EQ(lBlock.GetData(), nullptr);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "MemoryBlock", "mData"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "MemoryBlock", "mData"));
 }
 
 TEST(MoxHungryAllocator, MissingBlockObjectOrBlockMemoryIsReportedOnce)
@@ -404,21 +404,21 @@ TEST(MoxHungryAllocator, MissingBlockObjectOrBlockMemoryIsReportedOnce)
     moxtest::ReportCapture lCapture;
     lTracker.FailAt(1);  // the block object
     EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "AddBlock", "lBlock"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "AddBlock", "lBlock"));
     lCapture.Clear();
     lTracker.FailAt(2);  // the block's memory
     EXPECT_EQ(lAllocator.AllocateRecords(1), nullptr);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "MemoryBlock", "mData"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "MemoryBlock", "mData"));
     lCapture.Clear();
     lTracker.FailAt(1);
     lAllocator.Reserve(4);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "AddBlock", "lBlock"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "AddBlock", "lBlock"));
     lCapture.Clear();
     // A set over the allocator passes the null on without a report of its own.
     moxsdk::MoxSet<int, moxsdk::MoxLessCompare<int>, MoxHungryAllocator> lSet;
     lTracker.FailAt(1);
     EXPECT_EQ(lSet.Insert(3).mFirst, nullptr);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "AddBlock", "lBlock"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "AddBlock", "lBlock"));
     EXPECT_EQ(lSet.GetSize(), 0);
 }
 

@@ -19,7 +19,8 @@ std::vector<int> ExpectedOrder(const std::vector<int>& pKeys, int pKeyCount)
     std::vector<int> lItems;
     for (int i = 0; i < static_cast<int>(pKeys.size()); ++i)
         if (pKeys[i] >= 0 && pKeys[i] < pKeyCount) lItems.push_back(i);
-    std::stable_sort(lItems.begin(), lItems.end(), [&pKeys](int a, int b) { return pKeys[a] < pKeys[b]; });
+    std::stable_sort(lItems.begin(), lItems.end(),
+                     [&pKeys](int pLeft, int pRight) { return pKeys[pLeft] < pKeys[pRight]; });
     return lItems;
 }
 

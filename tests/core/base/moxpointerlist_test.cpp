@@ -49,7 +49,9 @@ TEST(MoxPointerList, AgainstAVectorOracle)
 
 TEST(MoxPointerList, OutOfRangeAndSwapRemoval)
 {
-    int a = 0, b = 0, c = 0;
+    int a = 0;
+    int b = 0;
+    int c = 0;
     MoxPointerList<int> lList;
     EXPECT_EQ(lList.GetAt(0), nullptr);
     EXPECT_FALSE(lList.RemoveAt(0));

@@ -20,21 +20,21 @@ using moxsdk::MoxMap;
 using moxsdk::MoxObject;
 using moxsdk::MoxObjectMap;
 using moxsdk::MoxPair;
-using moxsdk::MoxRedBlackNode;
 using moxsdk::MoxSet;
 using moxsdk::MoxSetValue;
 using moxsdk::MoxSimpleMap;
 using moxsdk::MoxString;
 using moxsdk::MoxStringCompare;
 
-const char* const kFile = "core/base/moxredblacktree";
+const char* const sgFile = "core/base/moxredblacktree";
 
 // An element that counts its constructions and destructions, and notices a destructor running twice
 // on the same object (records of a hungry allocator stay readable after destruction).
-class Counted {
+// The counting copy stands in for moves, which would otherwise go uncounted.
+class Counted {  // NOLINT(cppcoreguidelines-special-member-functions)
 public:
-    explicit Counted(int pKey) : mKey(pKey), mAlive(kAlive) { ++sLive; }
-    Counted(const Counted& pOther) : mKey(pOther.mKey), mAlive(kAlive) { ++sLive; }
+    explicit Counted(int pKey) : mKey(pKey), mAlive(sgAlive) { ++sgLive; }
+    Counted(const Counted& pOther) : mKey(pOther.mKey), mAlive(sgAlive) { ++sgLive; }
     Counted& operator=(const Counted& pOther)
     {
         mKey = pOther.mKey;
@@ -42,32 +42,32 @@ public:
     }
     ~Counted()
     {
-        if (mAlive == kAlive) {
-            --sLive;
+        if (mAlive == sgAlive) {
+            --sgLive;
         } else {
-            ++sBadDestructions;
+            ++sgBadDestructions;
         }
-        mAlive = kDead;
+        mAlive = sgDead;
     }
 
     int Key() const { return mKey; }
 
     static void Reset()
     {
-        sLive = 0;
-        sBadDestructions = 0;
+        sgLive = 0;
+        sgBadDestructions = 0;
     }
-    static int sLive;
-    static int sBadDestructions;
+    static int sgLive;
+    static int sgBadDestructions;
 
 private:
-    static constexpr unsigned kAlive = 0xA11FEu;
-    static constexpr unsigned kDead = 0xDEADu;
+    static constexpr unsigned sgAlive = 0xA11FEu;
+    static constexpr unsigned sgDead = 0xDEADu;
     int mKey;
     unsigned mAlive;
 };
-int Counted::sLive = 0;
-int Counted::sBadDestructions = 0;
+int Counted::sgLive = 0;
+int Counted::sgBadDestructions = 0;
 
 struct CountedCompare {
     int operator()(const Counted& pA, const Counted& pB) const
@@ -286,8 +286,8 @@ void RunAgainstStdSet(unsigned pSeed, int pOperations, int pKeyRange, int pCheck
         std::mt19937 lRandom(pSeed);
         for (int i = 0; i < pOperations; ++i) {
             // Sweep the size from empty to large and back: the insert share cycles 30%, 50%, 80%, 50%.
-            static const unsigned kInsertShare[] = {30, 50, 80, 50};
-            const bool lInsert = lRandom() % 100 < kInsertShare[(i / 4000) % 4];
+            static const unsigned sgInsertShare[] = {30, 50, 80, 50};
+            const bool lInsert = lRandom() % 100 < sgInsertShare[(i / 4000) % 4];
             const int lKey = static_cast<int>(lRandom() % static_cast<unsigned>(pKeyRange));
             if (lInsert) {
                 const auto lResult = lSet.Insert(Counted(lKey));
@@ -299,18 +299,18 @@ void RunAgainstStdSet(unsigned pSeed, int pOperations, int pKeyRange, int pCheck
                 ASSERT_EQ(lSet.Remove(Counted(lKey)), lOracle.erase(lKey) == 1) << "step " << i;
                 lRecordOf[static_cast<size_t>(lKey)] = nullptr;
             }
-            ASSERT_EQ(Counted::sLive, static_cast<int>(lOracle.size())) << "step " << i;
+            ASSERT_EQ(Counted::sgLive, static_cast<int>(lOracle.size())) << "step " << i;
             if (i % pCheckEvery != 0) continue;
             ASSERT_TRUE(lSet.IsValid()) << "step " << i;
             ASSERT_EQ(lSet.GetSize(), static_cast<int>(lOracle.size())) << "step " << i;
             ASSERT_TRUE(MatchesOracle(lSet, lOracle, lRecordOf)) << "step " << i;
         }
         lSet.Clear();
-        EXPECT_EQ(Counted::sLive, 0);
+        EXPECT_EQ(Counted::sgLive, 0);
         for (int i = 0; i < 100; ++i) lSet.Insert(Counted(i));
     }
-    EXPECT_EQ(Counted::sLive, 0);
-    EXPECT_EQ(Counted::sBadDestructions, 0);
+    EXPECT_EQ(Counted::sgLive, 0);
+    EXPECT_EQ(Counted::sgBadDestructions, 0);
 }
 
 TEST(MoxRedBlackTreeRandom, BaseAllocatorCheckedAfterEveryStep)
@@ -336,10 +336,10 @@ TEST(MoxRedBlackTree, ClearDestroysEveryRecordAndTheTreeIsReusable)
     {
         MoxSet<Counted, CountedCompare> lSet;
         for (int i = 0; i < 50; ++i) lSet.Insert(Counted((i * 37) % 101));
-        EXPECT_EQ(Counted::sLive, 50);
+        EXPECT_EQ(Counted::sgLive, 50);
         EXPECT_EQ(lTracker.Live(), 50);
         lSet.Clear();
-        EXPECT_EQ(Counted::sLive, 0);
+        EXPECT_EQ(Counted::sgLive, 0);
         EXPECT_EQ(lTracker.Live(), 0);
         EXPECT_EQ(lSet.GetSize(), 0);
         EXPECT_EQ(lSet.GetRoot(), nullptr);
@@ -349,8 +349,8 @@ TEST(MoxRedBlackTree, ClearDestroysEveryRecordAndTheTreeIsReusable)
         EXPECT_EQ(lSet.GetSize(), 1);
         EXPECT_TRUE(lSet.IsValid());
     }
-    EXPECT_EQ(Counted::sLive, 0);
-    EXPECT_EQ(Counted::sBadDestructions, 0);
+    EXPECT_EQ(Counted::sgLive, 0);
+    EXPECT_EQ(Counted::sgBadDestructions, 0);
     EXPECT_EQ(lTracker.Live(), 0);
 }
 
@@ -450,7 +450,7 @@ TEST(MoxMap, KeyValuePairsOrderedByKeyWithValuesEditableInPlace)
     lFig->GetValue() = 20;
     EXPECT_EQ(lMap.Find("fig")->mData.GetValue(), 20);
     std::vector<std::string> lKeys;
-    for (const auto& lRecord : lMap) lKeys.push_back(lRecord.GetKey().Buffer());
+    for (const auto& lRecord : lMap) lKeys.emplace_back(lRecord.GetKey().Buffer());
     EXPECT_EQ(lKeys, (std::vector<std::string>{"apple", "fig", "pear"}));
     EXPECT_TRUE(lMap.Remove("apple"));
     EXPECT_EQ(lMap.Find("apple"), nullptr);
@@ -479,8 +479,8 @@ TEST(MoxSimpleMap, AddFindRemoveAndWalk)
     EXPECT_EQ(lMap.FindValue(3)->GetKey(), "c");
 
     std::vector<std::string> lKeys;
-    for (Map::RecordType* lRecord = lMap.GetFirst(); lRecord; lRecord = lMap.GetNext(lRecord))
-        lKeys.push_back(lRecord->GetKey().Buffer());
+    for (Map::RecordType* lRecord = lMap.GetFirst(); lRecord; lRecord = Map::GetNext(lRecord))
+        lKeys.emplace_back(lRecord->GetKey().Buffer());
     EXPECT_EQ(lKeys, (std::vector<std::string>{"a", "b", "c"}));
 
     lMap.Remove(lB);
@@ -530,7 +530,7 @@ TEST(MoxRedBlackTreeFailure, InsertWithoutMemoryFailsCleanly)
         EXPECT_FALSE(lResult.mSecond);
         EXPECT_EQ(lSet.GetSize(), 0);
         EXPECT_TRUE(lSet.IsValid());
-        EXPECT_EQ(Counted::sLive, 0);
+        EXPECT_EQ(Counted::sgLive, 0);
         lTracker.FailAll(false);
 
         for (int i = 0; i < 100; ++i) {
@@ -542,9 +542,9 @@ TEST(MoxRedBlackTreeFailure, InsertWithoutMemoryFailsCleanly)
         }
         EXPECT_EQ(lSet.GetSize(), 99);
         EXPECT_EQ(lSet.Find(Counted(40)), nullptr);
-        EXPECT_EQ(Counted::sLive, 99);
+        EXPECT_EQ(Counted::sgLive, 99);
     }
-    EXPECT_EQ(Counted::sLive, 0);
+    EXPECT_EQ(Counted::sgLive, 0);
     EXPECT_EQ(lTracker.Live(), 0);
     // Each refused record is reported once, by the allocator; the tree adds no report of its own.
     ASSERT_EQ(lCapture.Count(), 2u);
@@ -569,27 +569,28 @@ TEST(MoxRedBlackTreeFailure, HungryAllocatorWithoutMemoryFailsCleanly)
             if (i % 5 == 0) lTracker.FailAt(1);
             lSet.Insert(Counted(i));
             ASSERT_TRUE(lSet.IsValid());
-            ASSERT_EQ(Counted::sLive, lSet.GetSize());
+            ASSERT_EQ(Counted::sgLive, lSet.GetSize());
         }
         EXPECT_GT(lSet.GetSize(), 0);
         EXPECT_LT(lSet.GetSize(), 200);
     }
-    EXPECT_EQ(Counted::sLive, 0);
-    EXPECT_EQ(Counted::sBadDestructions, 0);
+    EXPECT_EQ(Counted::sgLive, 0);
+    EXPECT_EQ(Counted::sgBadDestructions, 0);
     EXPECT_EQ(lTracker.Live(), 0);
 }
 
 // A value whose copy can be made to throw.
-struct Fragile {
+// Copies only: a move would bypass the throwing copy.
+struct Fragile {  // NOLINT(cppcoreguidelines-special-member-functions)
     explicit Fragile(int pKey) : mKey(pKey) {}
     Fragile(const Fragile& pOther) : mKey(pOther.mKey)
     {
-        if (sThrow) throw std::runtime_error("copy");
+        if (sgThrow) throw std::runtime_error("copy");
     }
     int mKey;
-    static bool sThrow;
+    static bool sgThrow;
 };
-bool Fragile::sThrow = false;
+bool Fragile::sgThrow = false;
 
 struct FragileCompare {
     int operator()(const Fragile& pA, const Fragile& pB) const { return pA.mKey - pB.mKey; }
@@ -602,9 +603,9 @@ TEST(MoxRedBlackTreeFailure, ThrowingCopyGivesTheMemoryBackAndLeavesTheTree)
         moxsdk::MoxRedBlackTree<MoxSetValue<Fragile>, FragileCompare, MoxBaseAllocator> lTree;
         lTree.Insert(MoxSetValue<Fragile>(Fragile(1)));
         const MoxSetValue<Fragile> lValue(Fragile(2));
-        Fragile::sThrow = true;
+        Fragile::sgThrow = true;
         EXPECT_THROW(lTree.Insert(lValue), std::runtime_error);
-        Fragile::sThrow = false;
+        Fragile::sgThrow = false;
         EXPECT_EQ(lTree.GetSize(), 1);
         EXPECT_EQ(lTracker.Live(), 1);
         EXPECT_TRUE(lTree.IsValid());
@@ -623,6 +624,7 @@ TEST(MoxRedBlackTreeBuildSorted, BuildsAValidTreeOfEverySize)
         ASSERT_TRUE(lSet.IsValid()) << n;
         ASSERT_TRUE(ColoursHold(lSet)) << n;
         std::vector<int> lExpected;
+        lExpected.reserve(n);
         for (int i = 0; i < n; ++i) lExpected.push_back(3 * i);
         ASSERT_EQ(InOrder(lSet), lExpected);
         // The tree goes on as any other: insertions and removals keep it valid.
@@ -675,13 +677,13 @@ TEST(MoxRedBlackTreeBuildSorted, WithoutMemoryTheTreeStaysEmpty)
             EXPECT_FALSE(lSet.BuildSorted(20, [](int pIndex) { return Counted(pIndex); }));
             EXPECT_EQ(lSet.GetSize(), 0);
             EXPECT_EQ(lSet.GetRoot(), nullptr);
-            EXPECT_EQ(Counted::sLive, 0);
+            EXPECT_EQ(Counted::sgLive, 0);
             EXPECT_EQ(lTracker.Live(), 0);
             EXPECT_TRUE(lSet.BuildSorted(4, [](int pIndex) { return Counted(pIndex); }));
             EXPECT_TRUE(lSet.IsValid());
         }
-        EXPECT_EQ(Counted::sLive, 0);
-        EXPECT_EQ(Counted::sBadDestructions, 0);
+        EXPECT_EQ(Counted::sgLive, 0);
+        EXPECT_EQ(Counted::sgBadDestructions, 0);
         EXPECT_EQ(lTracker.Live(), 0);
     }
 }
@@ -693,11 +695,11 @@ TEST(MoxRedBlackTreeBuildSorted, ThrowingCopyDestroysTheRecordsMadeSoFar)
         moxsdk::MoxRedBlackTree<MoxSetValue<Fragile>, FragileCompare, MoxBaseAllocator> lTree;
         int lCopies = 0;
         const auto lDataAt = [&lCopies](int pIndex) {
-            Fragile::sThrow = ++lCopies == 9;
+            Fragile::sgThrow = ++lCopies == 9;
             return MoxSetValue<Fragile>(Fragile(pIndex));
         };
         EXPECT_THROW(lTree.BuildSorted(12, lDataAt), std::runtime_error);
-        Fragile::sThrow = false;
+        Fragile::sgThrow = false;
         EXPECT_EQ(lTracker.Live(), 0);
         EXPECT_EQ(lTree.GetSize(), 0);
         EXPECT_EQ(lTree.GetRoot(), nullptr);
@@ -749,14 +751,14 @@ TEST(MoxRedBlackTreeReports, RotatingAParentlessRecordThatIsNotTheRoot)
     IntRecord lR = MakeRecord(2, 0);
     Link(lP, nullptr, &lR);
     lTree.LeftRotate(&lP);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "LeftRotate", "mRoot == pNode"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "LeftRotate", "mRoot == pNode"));
     EXPECT_EQ(lTree.mRoot, &lR);
     EXPECT_EQ(lR.mLeftChild, &lP);
 
     lCapture.Clear();
     lTree.Forget();
     lTree.RightRotate(&lR);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "RightRotate", "mRoot == pNode"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "RightRotate", "mRoot == pNode"));
     EXPECT_EQ(lTree.mRoot, &lP);
     lTree.Forget();
 
@@ -792,7 +794,7 @@ TEST(MoxRedBlackTreeReports, RotationsCheckTheLinksAroundThem)
               (std::vector<std::string>{"A == 0 || A->mParent == pNode", "C == 0 || C->mParent == lNode",
                                         "Z == 0 || Z->mLeftChild == lNode || Z->mRightChild == lNode"}));
     for (const moxtest::Report& lReport : lCapture.Reports()) {
-        EXPECT_EQ(lReport.mFile, kFile);
+        EXPECT_EQ(lReport.mFile, sgFile);
         EXPECT_EQ(lReport.mFunction, "LeftRotate");
     }
 
@@ -819,7 +821,7 @@ TEST(MoxRedBlackTreeReports, RemoveNodeOfARecordOutsideTheTree)
     Access lTree;
     IntRecord lLone = MakeRecord(1, 0);
     lTree.RemoveNode(&lLone);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "RemoveNode", "mRoot == pNode"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "RemoveNode", "mRoot == pNode"));
 
     lCapture.Clear();
     IntRecord lRoot = MakeRecord(5, 1);
@@ -827,7 +829,7 @@ TEST(MoxRedBlackTreeReports, RemoveNodeOfARecordOutsideTheTree)
     lOrphan.mParent = &lRoot;  // the root does not list it
     lTree.mRoot = &lRoot;
     lTree.RemoveNode(&lOrphan);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "RemoveNode", "Node not found in MoxRedBlackTree"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "RemoveNode", "Node not found in MoxRedBlackTree"));
     EXPECT_EQ(lOrphan.mParent, nullptr);
     EXPECT_EQ(lTree.mRoot, &lRoot);
 
@@ -835,7 +837,7 @@ TEST(MoxRedBlackTreeReports, RemoveNodeOfARecordOutsideTheTree)
     IntRecord lOld = MakeRecord(7, 1);
     IntRecord lNew = MakeRecord(8, 1);
     lTree.ReplaceNode(&lOld, &lNew);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ReplaceNode", "mRoot == pNodeToReplace"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ReplaceNode", "mRoot == pNodeToReplace"));
     EXPECT_EQ(lTree.mRoot, &lNew);
     lTree.Forget();
 }
@@ -849,7 +851,7 @@ TEST(MoxRedBlackTreeReports, RemovalRepairWithoutASibling)
     Link(lRoot, &lLeft, nullptr);
     lTree.mRoot = &lRoot;
     lTree.RemoveNode(&lLeft);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "RemoveRebalance", "lSibling != 0 && lParent != 0"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "RemoveRebalance", "lSibling != 0 && lParent != 0"));
     EXPECT_EQ(lRoot.mLeftChild, nullptr);
     lTree.Forget();
 }

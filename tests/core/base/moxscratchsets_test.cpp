@@ -63,7 +63,7 @@ TEST(MoxPairSet, MatchesStdSetWhateverTheCounts)
         std::vector<std::pair<int, int>> lPairs;
         for (int i = 0; i < 5000; ++i) {
             const int lFirst = i % 97 == 0 ? 3 : std::uniform_int_distribution<int>(-5, 60)(lRandom);
-            lPairs.push_back({lFirst, std::uniform_int_distribution<int>(-3, i % 97 == 0 ? 2000 : 12)(lRandom)});
+            lPairs.emplace_back(lFirst, std::uniform_int_distribution<int>(-3, i % 97 == 0 ? 2000 : 12)(lRandom));
         }
         MoxPairSet lSet;
         lSet.BeginCounting(50);

@@ -8,16 +8,18 @@ using namespace moxsdk;
 
 namespace {
 
-const char* const kFile = "scene/geometry/moxlayer";
-const char* const kDirectMessage =
+const char* const sgFile = "scene/geometry/moxlayer";
+const char* const sgDirectMessage =
     "mReferenceMode == MoxLayerElement::eDirect || mReferenceMode == MoxLayerElement::eIndexToDirect";
-const char* const kIndexMessage =
+const char* const sgIndexMessage =
     "mReferenceMode == MoxLayerElement::eIndex || mReferenceMode == MoxLayerElement::eIndexToDirect";
 
 // An owning handle for elements made in a test.
 template <class X>
 struct ElementHolder {
     explicit ElementHolder(X* pElement) : mElement(pElement) {}
+    ElementHolder(const ElementHolder&) = delete;
+    ElementHolder& operator=(const ElementHolder&) = delete;
     ~ElementHolder()
     {
         if (mElement) mElement->Destroy();
@@ -31,11 +33,11 @@ MoxLayerElementUserData* MakeUserData(std::initializer_list<EMoxType> pTypes)
 {
     MoxArray<MoxDataType> lTypes;
     MoxArray<const char*> lNames;
-    static const char* const kNames[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6", "f7"};
+    static const char* const sgNames[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6", "f7"};
     int i = 0;
     for (EMoxType lType : pTypes) {
         lTypes.Add(MoxDataType(lType));
-        lNames.Add(kNames[i++]);
+        lNames.Add(sgNames[i++]);
     }
     return MoxLayerElementUserData::Create(nullptr, "user", 7, lTypes, lNames);
 }
@@ -239,7 +241,7 @@ TEST(MoxLayerElementArray, FailedGrowthKeepsTheValues)
     EXPECT_EQ(lArray.GetAt(0), 1);
     EXPECT_EQ(lArray.GetAt(1), 2);
     EXPECT_GE(lCapture.Count(), 1u);
-    EXPECT_EQ(lCapture.Reports()[0].mFile, kFile);
+    EXPECT_EQ(lCapture.Reports()[0].mFile, sgFile);
     EXPECT_EQ(lCapture.Reports()[0].mMessage, "mData");
 }
 
@@ -337,7 +339,7 @@ TEST(MoxLayerElement, GetDirectArrayOnIndexElementReportsAndReturnsIt)
     MoxLayerElementArrayTemplate<MoxSurfaceMaterial*>& lDirect = lElement->GetDirectArray();
     EXPECT_EQ(&lDirect, lElement->mDirectArray);
     EXPECT_EQ(lDirect.GetCount(), 0);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "GetDirectArray", kDirectMessage));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "GetDirectArray", sgDirectMessage));
 }
 
 TEST(MoxLayerElement, GetIndexArrayOnDirectElementReportsAndReturnsIt)
@@ -347,7 +349,7 @@ TEST(MoxLayerElement, GetIndexArrayOnDirectElementReportsAndReturnsIt)
     const MoxLayerElementNormal* lConst = lElement.mElement;
     const MoxLayerElementArrayTemplate<int>& lIndex = lConst->GetIndexArray();
     EXPECT_EQ(&lIndex, lElement->mIndexArray);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "GetIndexArray", kIndexMessage));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "GetIndexArray", sgIndexMessage));
     lCapture.Clear();
     lElement->GetDirectArray();  // eDirect has a direct array
     lElement->SetReferenceMode(MoxLayerElement::eIndexToDirect);
@@ -416,7 +418,7 @@ TEST(MoxLayerElement, EachMissingPartOfANewElementIsReportedFromCreate)
         moxtest::ReportCapture lCapture;
         lTracker.FailAt(lFail);  // the element, then its direct array, then its index array (no name to copy)
         EXPECT_EQ(MoxLayerElementNormal::Create(nullptr, ""), nullptr);
-        EXPECT_TRUE(lCapture.HasOnly(kFile, "Create", lParts[lFail - 1])) << lFail;
+        EXPECT_TRUE(lCapture.HasOnly(sgFile, "Create", lParts[lFail - 1])) << lFail;
         EXPECT_EQ(lTracker.Live(), 0);
     }
 }
@@ -431,7 +433,7 @@ TEST(MoxLayerElementArray, FailedShrinkIsReportedAndKeepsTheValues)
         lTracker.FailAll(true);
         lArray.Compact();
     }
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "Compact", "mData"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "Compact", "mData"));
     EXPECT_TRUE(lArray.IsValid());
     ASSERT_EQ(lArray.GetCount(), 10);
     EXPECT_EQ(lArray.GetAt(9), 9);
@@ -451,7 +453,7 @@ TEST(MoxLayerElementUserData, EachMissingPartIsReportedByName)
         moxtest::ReportCapture lCapture;
         lTracker.FailAt(lFail);
         EXPECT_EQ(MoxLayerElementUserData::Create(nullptr, "", 7, lTypes, lNames), nullptr);
-        EXPECT_TRUE(lCapture.HasOnly(kFile, lFunctions[lFail - 1], lParts[lFail - 1])) << lFail;
+        EXPECT_TRUE(lCapture.HasOnly(sgFile, lFunctions[lFail - 1], lParts[lFail - 1])) << lFail;
         EXPECT_EQ(lTracker.Live(), 0);
     }
     ElementHolder<MoxLayerElementUserData> lSource(MoxLayerElementUserData::Create(nullptr, "", 7, lTypes, lNames));
@@ -461,7 +463,7 @@ TEST(MoxLayerElementUserData, EachMissingPartIsReportedByName)
         moxtest::ReportCapture lCapture;
         lTracker.FailAt(lFail);
         EXPECT_EQ(MoxLayerElementUserData::Create(nullptr, lSource.mElement), nullptr);
-        EXPECT_TRUE(lCapture.HasOnly(kFile, "Create", lParts[lFail - 1])) << lFail;
+        EXPECT_TRUE(lCapture.HasOnly(sgFile, "Create", lParts[lFail - 1])) << lFail;
         EXPECT_EQ(lTracker.Live(), 0);
     }
 }
@@ -543,7 +545,7 @@ TEST(MoxLayerElementUserData, RemoveFromAllDirectArraysReportsEachVectorField)
         MoxGetDirectArray<bool>(lUser.mElement, 0).SetAt(i, i == 1);
         MoxGetDirectArray<MoxVector4>(lUser.mElement, 1).SetAt(i, MoxVector4(i, i, i, i));
         MoxGetDirectArray<int>(lUser.mElement, 2).SetAt(i, 10 + i);
-        MoxGetDirectArray<float>(lUser.mElement, 3).SetAt(i, 20.0f + i);
+        MoxGetDirectArray<float>(lUser.mElement, 3).SetAt(i, 20.0f + float(i));
         MoxGetDirectArray<MoxVector2>(lUser.mElement, 4).SetAt(i, MoxVector2(i, i));
         MoxGetDirectArray<double>(lUser.mElement, 5).SetAt(i, 30.0 + i);
     }
@@ -551,7 +553,7 @@ TEST(MoxLayerElementUserData, RemoveFromAllDirectArraysReportsEachVectorField)
     lUser->RemoveFromAllDirectArrays(1);
     ASSERT_EQ(lCapture.Count(), 2u);
     for (const moxtest::Report& lReport : lCapture.Reports()) {
-        EXPECT_EQ(lReport.mFile, kFile);
+        EXPECT_EQ(lReport.mFile, sgFile);
         EXPECT_EQ(lReport.mFunction, "RemoveFromAllDirectArrays");
         EXPECT_EQ(lReport.mMessage, "unknown type");
     }

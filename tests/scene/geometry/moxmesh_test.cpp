@@ -16,8 +16,8 @@ using namespace moxsdk;
 
 namespace {
 
-const char* const kMeshFile = "scene/geometry/moxmesh";
-const char* const kArrayFile = "core/base/moxarray";
+const char* const sgMeshFile = "scene/geometry/moxmesh";
+const char* const sgArrayFile = "core/base/moxarray";
 
 // Re-exports the protected members the tests call. Built on the stack: no manager tracks it.
 class TestMesh : public MoxMesh {
@@ -117,7 +117,7 @@ TEST(MoxMeshLifecycle, CreateWithNullContainerReportsAndReturnsNull)
 {
     moxtest::ReportCapture lReports;
     EXPECT_EQ(MoxMesh::Create(static_cast<MoxObject*>(nullptr), "mesh"), nullptr);
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, "Create", "pContainer && pContainer->GetMoxManager()"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, "Create", "pContainer && pContainer->GetMoxManager()"));
 }
 
 TEST(MoxMeshLifecycle, CreateInContainerAndWithoutManager)
@@ -677,7 +677,7 @@ TEST(MoxMeshBuilding, AddPolygonBeforeAnyBeginReportsAndStillAppends)
     MoxMesh* lMesh = lScope.NewMesh();
     moxtest::ReportCapture lReports;
     lMesh->AddPolygon(4);
-    EXPECT_TRUE(lReports.HasOnly(kArrayFile, "operator[]", "Index is out of range!"));
+    EXPECT_TRUE(lReports.HasOnly(sgArrayFile, "operator[]", "Index is out of range!"));
     EXPECT_EQ(lMesh->GetPolygonVertexCount(), 1);
     EXPECT_EQ(lMesh->GetPolygonCount(), 0);
 }
@@ -725,7 +725,7 @@ TEST(MoxMeshQueries, NegativePolygonGroupReportsFromTheArray)
     moxtest::ReportCapture lReports;
     // The access reaches the array's zero-filled scratch polygon.
     EXPECT_EQ(lMesh->GetPolygonGroup(-1), 0);
-    EXPECT_TRUE(lReports.HasOnly(kArrayFile, "operator[]", "Index is out of range!"));
+    EXPECT_TRUE(lReports.HasOnly(sgArrayFile, "operator[]", "Index is out of range!"));
     lReports.Clear();
     EXPECT_EQ(lMesh->GetPolygonGroup(0), 3);
     EXPECT_EQ(lReports.Count(), 0u);

@@ -16,7 +16,7 @@ using namespace moxsdk;
 
 namespace {
 
-const char* const kFile = "scene/geometry/moxmesh";
+const char* const sgFile = "scene/geometry/moxmesh";
 
 std::vector<int> Values(const MoxArray<int>& pArray)
 {
@@ -26,6 +26,7 @@ std::vector<int> Values(const MoxArray<int>& pArray)
 std::vector<int> List(const MoxMesh::ComponentMap& pMap, int pSource)
 {
     std::vector<int> lList;
+    lList.reserve(pMap.GetCount(pSource));
     for (int i = 0; i < pMap.GetCount(pSource); ++i) lList.push_back(pMap.GetValue(pSource, i));
     return lList;
 }
@@ -33,6 +34,7 @@ std::vector<int> List(const MoxMesh::ComponentMap& pMap, int pSource)
 std::vector<moxtest::Point> Points(int pCount)
 {
     std::vector<moxtest::Point> lPoints;
+    lPoints.reserve(pCount);
     for (int i = 0; i < pCount; ++i) lPoints.push_back({double(i), double(i % 5), 0.0});
     return lPoints;
 }
@@ -118,7 +120,7 @@ TEST(MoxMeshComponentMaps, OutOfRangeEdgeIsReportedAndContributesNothing)
     MoxMesh::ComponentMap lPolygonToEdges;
     moxtest::ReportCapture lCapture;
     lMesh->ComputeComponentMaps(lEdgeToPolygons, lPolygonToEdges);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ComputeComponentMaps",
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ComputeComponentMaps",
                                  "mEdgeArray[i] >= 0 && mEdgeArray[i] < mPolygonVertices.GetCount()"));
     // Edge 3 is skipped, and so is edge 4 (the directed pair 1-2 of edge 1): their end offsets stay 0.
     EXPECT_EQ(Values(lEdgeToPolygons.mOffsets), (std::vector<int>{0, 1, 2, 3, 0, 0}));
@@ -201,6 +203,7 @@ TEST(MoxMeshComponentMaps, ClosedOpenAndNonManifoldMeshesMatchBruteForce)
         // A fan of 50 triangles whose apex starts every spoke.
         if (lCase == 3) {
             std::vector<std::vector<int>> lFan;
+            lFan.reserve(50);
             for (int i = 0; i < 50; ++i) lFan.push_back({0, i + 2, i + 1});
             moxtest::BuildMesh(*lMesh, Points(52), lFan);
         }
@@ -230,6 +233,7 @@ TEST(MoxMeshComponentMaps, DataGrowsWhenEdgesHaveManyPolygons)
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
     std::vector<std::vector<int>> lTriangles;
+    lTriangles.reserve(8);
     for (int i = 0; i < 8; ++i) lTriangles.push_back({0, 1, 2});
     moxtest::BuildMesh(*lMesh, Points(3), lTriangles);
     lMesh->BuildMeshEdgeArray();

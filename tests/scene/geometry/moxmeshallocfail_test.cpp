@@ -68,87 +68,88 @@ struct NamedOperation {
 std::vector<NamedOperation> Operations()
 {
     return {
-        {"BuildMeshEdgeArray", [](MoxMesh& m) { m.BuildMeshEdgeArray(); }},
+        {"BuildMeshEdgeArray", [](MoxMesh& pMesh) { pMesh.BuildMeshEdgeArray(); }},
         {"BeginAddMeshEdgeIndex",
-         [](MoxMesh& m) {
-             m.BeginAddMeshEdgeIndex();
-             m.AddMeshEdgeIndex(0, 1, true);
-             m.EndAddMeshEdgeIndex();
+         [](MoxMesh& pMesh) {
+             pMesh.BeginAddMeshEdgeIndex();
+             pMesh.AddMeshEdgeIndex(0, 1, true);
+             pMesh.EndAddMeshEdgeIndex();
          }},
         {"GetMeshEdgeIndexForPolygon",
-         [](MoxMesh& m) {
-             m.BeginGetMeshEdgeIndexForPolygon();
-             for (int p = 0; p < m.GetPolygonCount(); ++p) m.GetMeshEdgeIndexForPolygon(p, 0);
-             m.EndGetMeshEdgeIndexForPolygon();
+         [](MoxMesh& pMesh) {
+             pMesh.BeginGetMeshEdgeIndexForPolygon();
+             for (int p = 0; p < pMesh.GetPolygonCount(); ++p) pMesh.GetMeshEdgeIndexForPolygon(p, 0);
+             pMesh.EndGetMeshEdgeIndexForPolygon();
          }},
         {"GetMeshEdgeVertices",
-         [](MoxMesh& m) {
-             m.BeginGetMeshEdgeVertices();
+         [](MoxMesh& pMesh) {
+             pMesh.BeginGetMeshEdgeVertices();
              int lStart = 0;
              int lEnd = 0;
-             for (int e = 0; e < m.GetMeshEdgeCount(); ++e) m.GetMeshEdgeVertices(e, lStart, lEnd);
-             m.EndGetMeshEdgeVertices();
+             for (int e = 0; e < pMesh.GetMeshEdgeCount(); ++e) pMesh.GetMeshEdgeVertices(e, lStart, lEnd);
+             pMesh.EndGetMeshEdgeVertices();
          }},
         {"RemoveDuplicatedEdges",
-         [](MoxMesh& m) {
+         [](MoxMesh& pMesh) {
              MoxArray<int> lList;
              lList.Add(0);
              lList.Add(2);
-             m.RemoveDuplicatedEdges(lList);
+             pMesh.RemoveDuplicatedEdges(lList);
          }},
         {"ComputeComponentMaps",
-         [](MoxMesh& m) {
+         [](MoxMesh& pMesh) {
              MoxMesh::ComponentMap lEdges;
              MoxMesh::ComponentMap lPolygons;
-             m.ComputeComponentMaps(lEdges, lPolygons);
+             pMesh.ComputeComponentMaps(lEdges, lPolygons);
          }},
         {"ControlPointToVerticesMap",
-         [](MoxMesh& m) {
+         [](MoxMesh& pMesh) {
              MoxMesh::ControlPointToVerticesMap lMap;
-             m.ComputeControlPointToVerticesMap(lMap);
-             lMap.FillWithAdjacencyInfo(&m, m.GetControlPointsCount());
+             pMesh.ComputeControlPointToVerticesMap(lMap);
+             lMap.FillWithAdjacencyInfo(&pMesh, pMesh.GetControlPointsCount());
          }},
-        {"RemovePolygon", [](MoxMesh& m) { m.RemovePolygon(0); }},
-        {"RemoveBadPolygons", [](MoxMesh& m) { m.RemoveBadPolygons(); }},
-        {"CheckSamePointTwice", [](MoxMesh& m) { m.CheckSamePointTwice(); }},
-        {"GenerateNormalsByPolygonVertex", [](MoxMesh& m) { m.GenerateNormals(true, false, false); }},
-        {"GenerateNormalsByCtrlPoint", [](MoxMesh& m) { m.GenerateNormals(true, true, false); }},
-        {"CheckIfVertexNormalsCCW", [](MoxMesh& m) { m.CheckIfVertexNormalsCCW(); }},
-        {"ConformNormalsTo", [](MoxMesh& m) { m.ConformNormalsTo(&m); }},
-        {"GenerateTangentsDataForAllUVSets", [](MoxMesh& m) { m.GenerateTangentsDataForAllUVSets(true, false); }},
-        {"SplitPoints", [](MoxMesh& m) { m.SplitPoints(); }},
+        {"RemovePolygon", [](MoxMesh& pMesh) { pMesh.RemovePolygon(0); }},
+        {"RemoveBadPolygons", [](MoxMesh& pMesh) { pMesh.RemoveBadPolygons(); }},
+        {"CheckSamePointTwice", [](MoxMesh& pMesh) { pMesh.CheckSamePointTwice(); }},
+        {"GenerateNormalsByPolygonVertex", [](MoxMesh& pMesh) { pMesh.GenerateNormals(true, false, false); }},
+        {"GenerateNormalsByCtrlPoint", [](MoxMesh& pMesh) { pMesh.GenerateNormals(true, true, false); }},
+        {"CheckIfVertexNormalsCCW", [](MoxMesh& pMesh) { pMesh.CheckIfVertexNormalsCCW(); }},
+        {"ConformNormalsTo", [](MoxMesh& pMesh) { pMesh.ConformNormalsTo(&pMesh); }},
+        {"GenerateTangentsDataForAllUVSets",
+         [](MoxMesh& pMesh) { pMesh.GenerateTangentsDataForAllUVSets(true, false); }},
+        {"SplitPoints", [](MoxMesh& pMesh) { pMesh.SplitPoints(); }},
         {"Merge",
-         [](MoxMesh& m) {
+         [](MoxMesh& pMesh) {
              MoxArray<int> lList;
-             m.BuildMergeList(lList);
-             m.MergePointsForPolygonVerteNormals(lList);
+             pMesh.BuildMergeList(lList);
+             pMesh.MergePointsForPolygonVerteNormals(lList);
          }},
         {"BuildPolygons",
-         [](MoxMesh& m) {
-             m.BeginPolygon(1, 2, 3, true);
-             m.AddPolygon(0, 1);
-             m.AddPolygon(1, 2);
-             m.AddPolygon(2, 3);
+         [](MoxMesh& pMesh) {
+             pMesh.BeginPolygon(1, 2, 3, true);
+             pMesh.AddPolygon(0, 1);
+             pMesh.AddPolygon(1, 2);
+             pMesh.AddPolygon(2, 3);
          }},
         {"UVAndMaterialIndices",
-         [](MoxMesh& m) {
-             m.InitMaterialIndices(MoxLayerElement::eByPolygon);
-             m.InitTextureIndices(MoxLayerElement::eByPolygon);
-             m.InitTextureUVIndices(MoxLayerElement::eByPolygonVertex);
-             m.SetTextureUVIndex(0, 0, 1);
+         [](MoxMesh& pMesh) {
+             pMesh.InitMaterialIndices(MoxLayerElement::eByPolygon);
+             pMesh.InitTextureIndices(MoxLayerElement::eByPolygon);
+             pMesh.InitTextureUVIndices(MoxLayerElement::eByPolygonVertex);
+             pMesh.SetTextureUVIndex(0, 0, 1);
          }},
         {"PolygonVertexLookups",
-         [](MoxMesh& m) {
+         [](MoxMesh& pMesh) {
              MoxArray<MoxVector4> lNormals;
              MoxArray<MoxVector2> lUVs;
              MoxArray<int> lUnmapped;
-             m.GetPolygonVertexNormals(lNormals);
-             m.GetPolygonVertexUVs(nullptr, lUVs, &lUnmapped);
+             pMesh.GetPolygonVertexNormals(lNormals);
+             pMesh.GetPolygonVertexUVs(nullptr, lUVs, &lUnmapped);
          }},
         {"Copy",
-         [](MoxMesh& m) {
-             MoxMesh* lCopy = MoxMesh::Create(m.GetMoxManager(), "copy");
-             if (lCopy) lCopy->Copy(m);
+         [](MoxMesh& pMesh) {
+             MoxMesh* lCopy = MoxMesh::Create(pMesh.GetMoxManager(), "copy");
+             if (lCopy) lCopy->Copy(pMesh);
          }},
     };
 }

@@ -24,6 +24,7 @@ using Map = MoxMesh::ControlPointToVerticesMap;
 std::vector<int> List(const Map& pMap, int pControlPoint)
 {
     std::vector<int> lList;
+    lList.reserve(pMap.GetCount(pControlPoint));
     for (int i = 0; i < pMap.GetCount(pControlPoint); ++i) lList.push_back(pMap.GetVertex(pControlPoint, i));
     return lList;
 }

@@ -109,12 +109,12 @@ TEST(MoxMeshEdgeEditing, BadArgumentsAreReportedAsFalse)
     for (const std::vector<int>& lCall : lCalls) {
         moxtest::ReportCapture lCapture;
         EXPECT_EQ(lMesh->SetMeshEdgeIndex(lCall[0], lCall[1], lCall[2], false, -1), -1);
-        EXPECT_TRUE(lCapture.HasOnly(kFile, "SetMeshEdgeIndex", "false"));
+        EXPECT_TRUE(lCapture.HasOnly(sgFile, "SetMeshEdgeIndex", "false"));
     }
     EXPECT_EQ(Values(lMesh->mEdgeArray), std::vector<int>{2});
     moxtest::ReportCapture lCapture;
     EXPECT_EQ(lMesh->AddMeshEdgeIndex(0, 7, false), -1);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "SetMeshEdgeIndex", "false"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "SetMeshEdgeIndex", "false"));
     EXPECT_EQ(Values(lMesh->mEdgeArray), std::vector<int>{2});
 }
 
@@ -137,7 +137,7 @@ TEST(MoxMeshEdgeEditing, AddMeshEdgeIndexForPolygonChecksItsArguments)
               (std::vector<std::string>{
                   "Index is out of range, but not outside of capacity! Call SetAt() to use reserved memory.",
                   "Index is out of range!"}));
-    EXPECT_EQ(lCapture.Reports()[0].mFile, kArrayFile);
+    EXPECT_EQ(lCapture.Reports()[0].mFile, sgArrayFile);
 }
 
 TEST(MoxMeshEdgeEditing, AddMeshEdgeIndexForPolygonAddsEachSideOnce)
@@ -201,7 +201,7 @@ TEST(MoxMeshEdgeEditing, ScanReportsAPolygonNotFollowingThePrevious)
     // The scan moves on to polygon 1 after vertex 2 (reported: it begins at 4), whose last vertex is then
     // 6: side 1-3 at vertex 4 runs to vertex 5 without wrapping.
     EXPECT_EQ(lMesh->SetMeshEdgeIndex(0, 1, 3, false, -1), 0);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "SetMeshEdgeIndex", "i + 1 == lPolys[ lPolygonIndex ].mIndex"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "SetMeshEdgeIndex", "i + 1 == lPolys[ lPolygonIndex ].mIndex"));
     EXPECT_EQ(lMesh->mEdgeArray[0], 4);
 }
 
@@ -418,6 +418,7 @@ TEST(MoxMeshEdgeQueries, RemoveDuplicatedEdgesTouchesOnlyEdgeMappedDirectAndInde
     EXPECT_EQ(lCapture.Count(), 0u);
     EXPECT_EQ(lMesh->GetMeshEdgeCount(), 8);
     std::vector<int> lIndices;
+    lIndices.reserve(lSmoothing->GetIndexArray().GetCount());
     for (int i = 0; i < lSmoothing->GetIndexArray().GetCount(); ++i)
         lIndices.push_back(lSmoothing->GetIndexArray().GetAt(i));
     EXPECT_EQ(lIndices, (std::vector<int>{1, 2, 3, 4, 7, 8, 9, 10}));

@@ -15,8 +15,8 @@ namespace moxedgetest {
 
 using namespace moxsdk;
 
-constexpr const char* kFile = "scene/geometry/moxmesh";
-constexpr const char* kArrayFile = "core/base/moxarray";
+constexpr const char* sgFile = "scene/geometry/moxmesh";
+constexpr const char* sgArrayFile = "core/base/moxarray";
 
 // Re-exports the protected edge members for the tests.
 class MeshAccess : public MoxMesh {
@@ -55,6 +55,7 @@ inline std::vector<std::string> Messages(const moxtest::ReportCapture& pCapture)
 inline std::vector<moxtest::Point> Points(int pCount)
 {
     std::vector<moxtest::Point> lPoints;
+    lPoints.reserve(pCount);
     for (int i = 0; i < pCount; ++i) lPoints.push_back({double(i), double(i % 7), double(i % 3)});
     return lPoints;
 }

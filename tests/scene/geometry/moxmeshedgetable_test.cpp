@@ -57,7 +57,7 @@ std::vector<FailureRun> RunWithEachRequestFailing(std::vector<int> (*pOperation)
 const FailureRun* RunReportingOnly(const std::vector<FailureRun>& pRuns, const char* pFunction, const char* pMessage)
 {
     for (const FailureRun& lRun : pRuns)
-        if (lRun.mReports.size() == 1 && lRun.mReports[0].mFile == kFile && lRun.mReports[0].mFunction == pFunction &&
+        if (lRun.mReports.size() == 1 && lRun.mReports[0].mFile == sgFile && lRun.mReports[0].mFunction == pFunction &&
             lRun.mReports[0].mMessage == pMessage)
             return &lRun;
     return nullptr;
@@ -140,7 +140,7 @@ TEST(MoxMeshEdgeTable, NullFillFunctionIsReportedAndFillsNothing)
     int lCount = 0;
     moxtest::ReportCapture lCapture;
     Access(*lMesh).FillMeshEdgeTable(lTable, &lCount, nullptr);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "FillMeshEdgeTable", "FillFct != NULL"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "FillMeshEdgeTable", "FillFct != NULL"));
     EXPECT_EQ(lTable.GetCount(), 0);
     EXPECT_EQ(lCount, 0);
 }
@@ -157,7 +157,7 @@ TEST(MoxMeshEdgeTable, SetMeshEdgeCountResizesWithoutMeaning)
     EXPECT_EQ(lMesh->GetMeshEdgeCount(), 0);
     moxtest::ReportCapture lCapture;
     lMesh->SetMeshEdgeCount(-2);
-    EXPECT_TRUE(lCapture.HasOnly(kArrayFile, "Resize", "pSize > 0"));
+    EXPECT_TRUE(lCapture.HasOnly(sgArrayFile, "Resize", "pSize > 0"));
 }
 
 TEST(MoxMeshEdgeTable, FindPolygonIndexFindsTheRangeOfTheEdgeStart)
@@ -203,6 +203,7 @@ TEST(MoxMeshEdgeTable, FanApexStartsEverySpoke)
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
     std::vector<std::vector<int>> lTriangles;
+    lTriangles.reserve(100);
     for (int i = 0; i < 100; ++i) lTriangles.push_back({0, i + 2, i + 1});
     moxtest::BuildMesh(*lMesh, Points(102), lTriangles);
     lMesh->BuildMeshEdgeArray();
@@ -265,10 +266,12 @@ TEST(MoxMeshEdgeEditing, BeginBuildsTheMapOnce)
     EXPECT_EQ(std::vector<int>(lMap.mVertex2PVCount, lMap.mVertex2PVCount + 4), (std::vector<int>{1, 2, 2, 1}));
     EXPECT_EQ(std::vector<int>(lMap.mVertex2PVOffset, lMap.mVertex2PVOffset + 5), (std::vector<int>{0, 1, 3, 5, 6}));
     std::vector<std::pair<int, int>> lPairs;
-    for (int i = 0; i < 6; ++i) lPairs.push_back({lMap.mVertex2PV[i].mFirst, lMap.mVertex2PV[i].mSecond});
+    lPairs.reserve(6);
+    for (int i = 0; i < 6; ++i) lPairs.emplace_back(lMap.mVertex2PV[i].mFirst, lMap.mVertex2PV[i].mSecond);
     EXPECT_EQ(lPairs, (std::vector<std::pair<int, int>>{{0, 0}, {0, 1}, {1, 1}, {0, 2}, {1, 0}, {1, 2}}));
     std::vector<std::pair<int, int>> lEdges;
-    for (const auto& lRecord : lMap.mEdgeSet) lEdges.push_back({lRecord.GetValue().mFirst, lRecord.GetValue().mSecond});
+    for (const auto& lRecord : lMap.mEdgeSet)
+        lEdges.emplace_back(lRecord.GetValue().mFirst, lRecord.GetValue().mSecond);
     EXPECT_EQ(lEdges, (std::vector<std::pair<int, int>>{{0, 1}, {0, 2}, {1, 2}, {1, 3}, {2, 3}}));
     EXPECT_EQ(lMap.mPVToEdge.GetCount(), 0);
     EXPECT_EQ(lMap.mPVToEdge.GetCapacity(), 6);
@@ -335,7 +338,7 @@ TEST(MoxMeshEdgeEditing, AllocationFailureReportsTheBlockAndLeaksNothing)
         moxtest::ReportCapture lCapture;
         lTracker.FailAt(i + 1);
         lMesh->BeginAddMeshEdgeIndex();
-        EXPECT_TRUE(lCapture.HasOnly(kFile, "BeginAddMeshEdgeIndex", lNames[i]));
+        EXPECT_TRUE(lCapture.HasOnly(sgFile, "BeginAddMeshEdgeIndex", lNames[i]));
         EXPECT_FALSE(lMesh->mV2PVMap.mValid);
         EXPECT_EQ(lMesh->mV2PVMap.mVertex2PV, nullptr);
         EXPECT_EQ(lMesh->mV2PVMap.mVertex2PVOffset, nullptr);
@@ -456,7 +459,7 @@ TEST(MoxMeshEdgeQueries, EdgeStartMissingFromTheEdgeArrayIsReported)
     lMesh->mEdgeArray[3] = 1;  // polygon vertex 4 (side 1-3) is now missing
     moxtest::ReportCapture lCapture;
     lMesh->BeginGetMeshEdgeIndexForPolygon();
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "FillV2Edge", "value != -1"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "FillV2Edge", "value != -1"));
     EXPECT_EQ(Values(lMesh->mV2PVMap.mPVToEdge), (std::vector<int>{0, 1, 2, 0, -1, 4}));
     EXPECT_EQ(lMesh->GetMeshEdgeIndexForPolygon(1, 1), -1);
     lMesh->EndGetMeshEdgeIndexForPolygon();
@@ -530,11 +533,11 @@ TEST(MoxMeshEdgeOracle, MapMatchesTheCountingSort)
         ASSERT_EQ(std::vector<int>(lMap.mVertex2PVOffset, lMap.mVertex2PVOffset + n + 1), lExpected.mOffset) << lSeed;
         std::vector<std::pair<int, int>> lPairs;
         for (size_t i = 0; i < lExpected.mPairs.size(); ++i)
-            lPairs.push_back({lMap.mVertex2PV[i].mFirst, lMap.mVertex2PV[i].mSecond});
+            lPairs.emplace_back(lMap.mVertex2PV[i].mFirst, lMap.mVertex2PV[i].mSecond);
         ASSERT_EQ(lPairs, lExpected.mPairs) << lSeed;
         std::vector<std::pair<int, int>> lEdges;
         for (const auto& lRecord : lMap.mEdgeSet)
-            lEdges.push_back({lRecord.GetValue().mFirst, lRecord.GetValue().mSecond});
+            lEdges.emplace_back(lRecord.GetValue().mFirst, lRecord.GetValue().mSecond);
         ASSERT_EQ(lEdges, lExpected.mEdges) << lSeed;
         ASSERT_TRUE(lMap.mEdgeSet.IsValid());
         lMesh->EndAddMeshEdgeIndex();
@@ -547,6 +550,7 @@ TEST(MoxMeshEdgeOracle, NeighbourIndexVisitsTheCornersNextToTheNeighbour)
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
     std::vector<std::vector<int>> lTriangles;
+    lTriangles.reserve(80);
     for (int i = 0; i < 80; ++i) lTriangles.push_back({0, i % 40 + 2, i % 40 + 1});
     moxtest::BuildMesh(*lMesh, Points(42), lTriangles);
     lMesh->BeginAddMeshEdgeIndex();

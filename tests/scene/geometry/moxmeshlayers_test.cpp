@@ -14,17 +14,17 @@ using namespace moxsdk;
 
 namespace {
 
-const char* const kMeshFile = "scene/geometry/moxmesh";
-const char* const kLayerFile = "scene/geometry/moxlayer";
-const char* const kArrayFile = "core/base/moxarray";
-const char* const kIndexFunction = "GetPolygonVertexLayerElementIndex";
-const char* const kValueFunction = "GetPolygonVertexLayerElementValue";
+const char* const sgMeshFile = "scene/geometry/moxmesh";
+const char* const sgLayerFile = "scene/geometry/moxlayer";
+const char* const sgArrayFile = "core/base/moxarray";
+const char* const sgIndexFunction = "GetPolygonVertexLayerElementIndex";
+const char* const sgValueFunction = "GetPolygonVertexLayerElementValue";
 
 typedef MoxLayerElement LE;
 
-const LE::EMappingMode kAllMappings[] = {LE::eNone,      LE::eByControlPoint, LE::eByPolygonVertex,
-                                         LE::eByPolygon, LE::eByEdge,         LE::eByMesh};
-const LE::EReferenceMode kAllReferences[] = {LE::eDirect, LE::eIndex, LE::eIndexToDirect};
+const LE::EMappingMode sgAllMappings[] = {LE::eNone,      LE::eByControlPoint, LE::eByPolygonVertex,
+                                          LE::eByPolygon, LE::eByEdge,         LE::eByMesh};
+const LE::EReferenceMode sgAllReferences[] = {LE::eDirect, LE::eIndex, LE::eIndexToDirect};
 
 LE::EType Channel(int pValue)
 {
@@ -41,6 +41,7 @@ void SetIndices(MoxLayerElementArrayTemplate<int>& pArray, const std::vector<int
 std::vector<int> IndicesOf(const MoxLayerElementArrayTemplate<int>& pArray)
 {
     std::vector<int> lValues;
+    lValues.reserve(pArray.GetCount());
     for (int i = 0; i < pArray.GetCount(); ++i) lValues.push_back(pArray.GetAt(i));
     return lValues;
 }
@@ -182,7 +183,7 @@ TEST(MoxMeshUVs, InitTextureUVIndicesModeTable)
         LE::EMappingMode mMapping;
         LE::EReferenceMode mReference;
     };
-    const Row kRows[] = {
+    const Row lRows[] = {
         {LE::eByPolygonVertex, LE::eByPolygonVertex, LE::eIndexToDirect},
         {LE::eByMesh, LE::eByMesh, LE::eDirect},
         {LE::eByControlPoint, LE::eByControlPoint, LE::eDirect},
@@ -190,7 +191,7 @@ TEST(MoxMeshUVs, InitTextureUVIndicesModeTable)
         {LE::eByEdge, LE::eNone, LE::eDirect},
         {LE::eNone, LE::eNone, LE::eDirect},
     };
-    for (const Row& lRow : kRows) {
+    for (const Row& lRow : lRows) {
         SCOPED_TRACE(lRow.mRequested);
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MakeThreePolygons(lScope);
@@ -228,6 +229,7 @@ MoxMesh* MakeIndexedUVMesh(moxtest::ManagerScope& pScope)
     lMesh->InitTextureUV(30);
     lMesh->InitTextureUVIndices(LE::eByPolygonVertex);
     std::vector<int> lIndices;
+    lIndices.reserve(10);
     for (int i = 0; i < 10; ++i) lIndices.push_back(20 + i);
     SetIndices(lMesh->GetLayer(0)->GetUVs()->GetIndexArray(), lIndices);
     return lMesh;
@@ -271,7 +273,7 @@ TEST(MoxMeshUVIndex, NegativeArgumentsOfGetTextureUVIndex)
     moxtest::ReportCapture lReports;
     // A negative polygon reaches the polygon table, which reports; its scratch polygon has size 0.
     EXPECT_EQ(lMesh->GetTextureUVIndex(-1, 0), -1);
-    EXPECT_TRUE(lReports.HasOnly(kArrayFile, "operator[]", "Index is out of range!"));
+    EXPECT_TRUE(lReports.HasOnly(sgArrayFile, "operator[]", "Index is out of range!"));
     lReports.Clear();
     // A negative position is not rejected as such: polygon 1, position -1 is polygon 0's last corner.
     EXPECT_EQ(lMesh->GetTextureUVIndex(1, -1), 22);
@@ -346,7 +348,7 @@ TEST(MoxMeshMaterials, InitMaterialIndicesModeTable)
         LE::EMappingMode mMapping;
         int mCount;
     };
-    const Row kRows[] = {
+    const Row lRows[] = {
         {LE::eByControlPoint, LE::eByControlPoint, 4},
         {LE::eByPolygon, LE::eByPolygon, 3},
         {LE::eByPolygonVertex, LE::eByMesh, 1},
@@ -354,7 +356,7 @@ TEST(MoxMeshMaterials, InitMaterialIndicesModeTable)
         {LE::eByMesh, LE::eByMesh, 1},
         {LE::eNone, LE::eByMesh, 1},
     };
-    for (const Row& lRow : kRows) {
+    for (const Row& lRow : lRows) {
         SCOPED_TRACE(lRow.mRequested);
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MakeThreePolygons(lScope);
@@ -442,12 +444,12 @@ TEST(MoxMeshTextures, InitTextureIndicesModeTable)
         LE::EMappingMode mMapping;
         int mCount;
     };
-    const Row kRows[] = {
+    const Row lRows[] = {
         {LE::eByPolygon, LE::eByPolygon, 3},    {LE::eByControlPoint, LE::eByMesh, 1},
         {LE::eByPolygonVertex, LE::eByMesh, 1}, {LE::eByEdge, LE::eByMesh, 1},
         {LE::eByMesh, LE::eByMesh, 1},          {LE::eNone, LE::eByMesh, 1},
     };
-    for (const Row& lRow : kRows) {
+    for (const Row& lRow : lRows) {
         SCOPED_TRACE(lRow.mRequested);
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MakeThreePolygons(lScope);
@@ -534,7 +536,7 @@ int ComponentOf(const MoxMesh& pMesh, LE::EMappingMode pMapping, int pPolygon, i
 TEST(MoxMeshLookup, EveryMappingAndReferenceMode)
 {
     for (LE::EMappingMode lMapping : {LE::eByPolygonVertex, LE::eByPolygon, LE::eByControlPoint}) {
-        for (LE::EReferenceMode lReference : kAllReferences) {
+        for (LE::EReferenceMode lReference : sgAllReferences) {
             SCOPED_TRACE(testing::Message() << "mapping " << lMapping << " reference " << lReference);
             moxtest::ManagerScope lScope;
             MoxMesh* lMesh = MakeThreePolygons(lScope);
@@ -553,7 +555,7 @@ TEST(MoxMeshLookup, EveryMappingAndReferenceMode)
                     EXPECT_EQ(lUV, MoxVector2(lExpected, 10.0 * lExpected));
                     if (lReference == LE::eIndex) {
                         // The direct array is read all the same; the element reports the mode.
-                        EXPECT_TRUE(lReports.HasOnly(kLayerFile, "GetDirectArray",
+                        EXPECT_TRUE(lReports.HasOnly(sgLayerFile, "GetDirectArray",
                                                      "mReferenceMode == MoxLayerElement::eDirect || "
                                                      "mReferenceMode == MoxLayerElement::eIndexToDirect"));
                     } else {
@@ -568,7 +570,7 @@ TEST(MoxMeshLookup, EveryMappingAndReferenceMode)
 TEST(MoxMeshLookup, UnsupportedMappingsReportAndFail)
 {
     for (LE::EMappingMode lMapping : {LE::eByMesh, LE::eByEdge, LE::eNone}) {
-        for (LE::EReferenceMode lReference : kAllReferences) {
+        for (LE::EReferenceMode lReference : sgAllReferences) {
             SCOPED_TRACE(testing::Message() << "mapping " << lMapping << " reference " << lReference);
             moxtest::ManagerScope lScope;
             MoxMesh* lMesh = MakeThreePolygons(lScope);
@@ -578,7 +580,7 @@ TEST(MoxMeshLookup, UnsupportedMappingsReportAndFail)
             int lIndex = 3;
             EXPECT_FALSE(lMesh->GetPolygonVertexLayerElementIndex(lUVs, 0, 0, lIndex));
             EXPECT_EQ(lIndex, -1);
-            EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "MappingMode not supported"));
+            EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "MappingMode not supported"));
             lReports.Clear();
             MoxVector2 lUV(4, 4);
             bool lUnmapped = false;
@@ -631,11 +633,11 @@ TEST(MoxMeshLookup, ControlPointOfACornerOutsideThePolygonVertices)
     EXPECT_EQ(lIndex, 2);
     EXPECT_FALSE(lMesh->GetPolygonVertexLayerElementIndex(lUVs, 2, 2, lIndex));
     EXPECT_EQ(lIndex, -1);
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "index into mPolygonVertices out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "index into mPolygonVertices out-of-range"));
     lReports.Clear();
     lMesh->mPolygons[0].mIndex = -2;
     EXPECT_FALSE(lMesh->GetPolygonVertexLayerElementIndex(lUVs, 0, 1, lIndex));
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "index into mPolygonVertices out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "index into mPolygonVertices out-of-range"));
     lReports.Clear();
     // Per polygon vertex the corner is not checked here; the direct array check catches it.
     lUVs->SetMappingMode(LE::eByPolygonVertex);
@@ -643,7 +645,7 @@ TEST(MoxMeshLookup, ControlPointOfACornerOutsideThePolygonVertices)
     EXPECT_EQ(lIndex, -1);
     MoxVector2 lUV(3, 3);
     EXPECT_FALSE(lMesh->GetPolygonVertexLayerElementValue(lUVs, 0, 0, lUV, true));
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kValueFunction, "index into DirectArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgValueFunction, "index into DirectArray out-of-range"));
     EXPECT_EQ(lUV, MoxVector2(3, 3));
 }
 
@@ -659,20 +661,20 @@ TEST(MoxMeshLookup, IndexArrayOutOfRange)
     EXPECT_EQ(lIndex, 3);
     EXPECT_FALSE(lMesh->GetPolygonVertexLayerElementIndex(lUVs, 1, 1, lIndex));
     EXPECT_EQ(lIndex, -1);
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "index into IndexArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "index into IndexArray out-of-range"));
     lReports.Clear();
     // A negative control point, per control point with an index array.
     lUVs->SetMappingMode(LE::eByControlPoint);
     lMesh->mPolygonVertices[0] = -1;
     EXPECT_FALSE(lMesh->GetPolygonVertexLayerElementIndex(lUVs, 0, 0, lIndex));
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "index into IndexArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "index into IndexArray out-of-range"));
     lReports.Clear();
     MoxVector2 lUV(5, 5);
     bool lUnmapped = true;
     EXPECT_FALSE(lMesh->GetPolygonVertexUV(0, 0, "uv", lUV, lUnmapped));
     EXPECT_TRUE(lUnmapped);  // untouched on failure
     EXPECT_EQ(lUV, MoxVector2(5, 5));
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "index into IndexArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "index into IndexArray out-of-range"));
 }
 
 TEST(MoxMeshLookup, DirectArrayOutOfRange)
@@ -689,8 +691,8 @@ TEST(MoxMeshLookup, DirectArrayOutOfRange)
     EXPECT_EQ(lUV, MoxVector2(7, 7));
     ASSERT_EQ(lReports.Count(), 3u);
     for (const moxtest::Report& lReport : lReports.Reports()) {
-        EXPECT_EQ(lReport.mFile, kMeshFile);
-        EXPECT_EQ(lReport.mFunction, kValueFunction);
+        EXPECT_EQ(lReport.mFile, sgMeshFile);
+        EXPECT_EQ(lReport.mFunction, sgValueFunction);
         EXPECT_EQ(lReport.mMessage, "index into DirectArray out-of-range");
     }
     lReports.Clear();
@@ -727,7 +729,7 @@ TEST(MoxMeshLookup, MinusOneIsUnmappedForUVsAndAnErrorForNormals)
     MoxVector4 lNormal(1, 1, 1, 1);
     EXPECT_FALSE(lMesh->GetPolygonVertexNormal(0, 1, lNormal));
     EXPECT_EQ(lNormal, MoxVector4(1, 1, 1, 1));
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kValueFunction, "index into DirectArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgValueFunction, "index into DirectArray out-of-range"));
     EXPECT_TRUE(lMesh->GetPolygonVertexNormal(2, 0, lNormal));
     EXPECT_EQ(lNormal, MoxVector4(0, 0, 6, 0));
 }
@@ -773,7 +775,7 @@ TEST(MoxMeshLookup, GetPolygonVertexUVsFailsOnAnyCorner)
     // The unmapped corners met before the failure stay listed.
     ASSERT_EQ(lUnmapped.GetCount(), 1);
     EXPECT_EQ(lUnmapped[0], 1);
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kIndexFunction, "index into IndexArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgIndexFunction, "index into IndexArray out-of-range"));
     // A missing or unknown UV set.
     EXPECT_FALSE(lMesh->GetPolygonVertexUVs("none", lResult, &lUnmapped));
     EXPECT_EQ(lUnmapped.GetCount(), 0);
@@ -831,7 +833,7 @@ TEST(MoxMeshLookup, GetPolygonVertexNormals)
     lDirect->SetCount(7);
     EXPECT_FALSE(lMesh->GetPolygonVertexNormals(lNormals));
     EXPECT_EQ(lNormals.GetCount(), 0);
-    EXPECT_TRUE(lReports.HasOnly(kMeshFile, kValueFunction, "index into DirectArray out-of-range"));
+    EXPECT_TRUE(lReports.HasOnly(sgMeshFile, sgValueFunction, "index into DirectArray out-of-range"));
 }
 
 TEST(MoxMeshLookup, EmptyMeshGivesEmptyArraysAndTrue)
@@ -859,7 +861,7 @@ bool OracleIndex(const MoxMesh& pMesh, const MoxLayerElementTemplate<T>& pElemen
     if (pPolygon < 0 || pPolygon >= pMesh.mPolygons.GetCount()) return false;
     const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons.GetArray()[pPolygon];
     if (pPosition < 0 || pPosition >= lPolygon.mSize) return false;
-    int c;
+    int c = 0;
     if (pElement.mMappingMode == LE::eByPolygonVertex) {
         c = lPolygon.mIndex + pPosition;
     } else if (pElement.mMappingMode == LE::eByPolygon) {
@@ -867,17 +869,17 @@ bool OracleIndex(const MoxMesh& pMesh, const MoxLayerElementTemplate<T>& pElemen
     } else if (pElement.mMappingMode == LE::eByControlPoint) {
         const int p = lPolygon.mIndex + pPosition;
         if (p < 0 || p >= pMesh.mPolygonVertices.GetCount()) {
-            pReports.push_back({kIndexFunction, "index into mPolygonVertices out-of-range"});
+            pReports.push_back({sgIndexFunction, "index into mPolygonVertices out-of-range"});
             return false;
         }
         c = pMesh.mPolygonVertices.GetArray()[p];
     } else {
-        pReports.push_back({kIndexFunction, "MappingMode not supported"});
+        pReports.push_back({sgIndexFunction, "MappingMode not supported"});
         return false;
     }
     if (pElement.mReferenceMode != LE::eDirect) {
         if (c < 0 || c >= pElement.mIndexArray->GetCount()) {
-            pReports.push_back({kIndexFunction, "index into IndexArray out-of-range"});
+            pReports.push_back({sgIndexFunction, "index into IndexArray out-of-range"});
             return false;
         }
         c = pElement.mIndexArray->GetAt(c);
@@ -890,7 +892,7 @@ template <class T>
 bool OracleValue(const MoxMesh& pMesh, const MoxLayerElementTemplate<T>& pElement, int pPolygon, int pPosition,
                  T& pValue, bool pAllowUnmapped, ExpectedReports& pReports)
 {
-    int lIndex;
+    int lIndex = 0;
     if (!OracleIndex(pMesh, pElement, pPolygon, pPosition, lIndex, pReports)) return false;
     if (pElement.mReferenceMode == LE::eIndex)
         pReports.push_back({"GetDirectArray",
@@ -898,7 +900,7 @@ bool OracleValue(const MoxMesh& pMesh, const MoxLayerElementTemplate<T>& pElemen
                             "mReferenceMode == MoxLayerElement::eIndexToDirect"});
     if (lIndex < 0 || lIndex >= pElement.mDirectArray->GetCount()) {
         if (pAllowUnmapped && lIndex == -1) return true;
-        pReports.push_back({kValueFunction, "index into DirectArray out-of-range"});
+        pReports.push_back({sgValueFunction, "index into DirectArray out-of-range"});
         return false;
     }
     pValue = pElement.mDirectArray->GetAt(lIndex);
@@ -915,7 +917,7 @@ bool OracleUVs(const MoxMesh& pMesh, const MoxLayerElementUV* pElement, std::vec
     int k = 0;
     for (int p = 0; p < pMesh.mPolygons.GetCount(); ++p) {
         for (int v = 0; v < pMesh.mPolygons.GetArray()[p].mSize; ++v) {
-            int lIndex;
+            int lIndex = 0;
             if (!pElement || !OracleIndex(pMesh, *pElement, p, v, lIndex, pReports) ||
                 !OracleValue(pMesh, *pElement, p, v, lUV, true, pReports)) {
                 pUVs.clear();
@@ -955,7 +957,7 @@ ExpectedReports Captured(const moxtest::ReportCapture& pReports)
 {
     ExpectedReports lResult;
     for (const moxtest::Report& lReport : pReports.Reports()) {
-        EXPECT_TRUE(lReport.mFile == kMeshFile || lReport.mFile == kLayerFile) << lReport.mFile;
+        EXPECT_TRUE(lReport.mFile == sgMeshFile || lReport.mFile == sgLayerFile) << lReport.mFile;
         lResult.push_back({lReport.mFunction, lReport.mMessage});
     }
     return lResult;
@@ -974,7 +976,7 @@ void RandomizeElement(ELEMENT& pElement, std::mt19937& pRandom, int pSize, VALUE
         LE::eByPolygonVertex, LE::eByPolygonVertex, LE::eByPolygon, LE::eByControlPoint,
         LE::eByControlPoint,  LE::eByMesh,          LE::eByEdge,    LE::eNone};
     pElement.SetMappingMode(lMappings[lUniform(0, 7)]);
-    pElement.SetReferenceMode(kAllReferences[lUniform(0, 2)]);
+    pElement.SetReferenceMode(sgAllReferences[lUniform(0, 2)]);
     const int lDirectCount = lUniform(0, 2 * pSize + 1);
     for (int i = 0; i < lDirectCount; ++i) pElement.mDirectArray->Add(pMake(i));
     const int lIndexCount = lUniform(0, 2 * pSize + 1);
@@ -1056,7 +1058,7 @@ TEST(MoxMeshLookupOracle, WholeMeshLookupsMatchThePlainAlgorithmOnRandomMeshes)
         // the result array; the oracle's vectors do not report, so compare only mesh and layer reports.
         ExpectedReports lActual;
         for (const moxtest::Report& lReport : lReports.Reports())
-            if (lReport.mFile != kArrayFile) lActual.push_back({lReport.mFunction, lReport.mMessage});
+            if (lReport.mFile != sgArrayFile) lActual.push_back({lReport.mFunction, lReport.mMessage});
         EXPECT_EQ(lActual, lExpected);
         ASSERT_EQ(lUVList.GetCount(), static_cast<int>(lOracleUVs.size()));
         for (int k = 0; k < lUVList.GetCount(); ++k) EXPECT_EQ(lUVList[k], lOracleUVs[k]);
@@ -1199,7 +1201,7 @@ TEST(MoxMeshCreases, WrongMappingsAreRefused)
     MoxArray<double> lWeights;
     lWeights.Add(1.0);
     EXPECT_FALSE(lMesh->SetVertexCreaseInfoArray(&lWeights));
-    for (LE::EMappingMode lMapping : kAllMappings) {
+    for (LE::EMappingMode lMapping : sgAllMappings) {
         lLayer->GetHole()->SetMappingMode(lMapping);
         EXPECT_EQ(lMesh->SetPolyHoleInfo(1, true), lMapping == LE::eByPolygon);
     }
@@ -1329,7 +1331,7 @@ TEST(MoxMeshCreases, ShortSourceReportsThroughTheSourceArray)
     moxtest::ReportCapture lReports;
     EXPECT_TRUE(lMesh->SetPolyHoleInfoArray(&lHoles));
     EXPECT_EQ(lReports.Messages(), std::vector<std::string>(4, "Index is out of range!"));
-    for (const moxtest::Report& lReport : lReports.Reports()) EXPECT_EQ(lReport.mFile, kArrayFile);
+    for (const moxtest::Report& lReport : lReports.Reports()) EXPECT_EQ(lReport.mFile, sgArrayFile);
     const MoxLayerElementArrayTemplate<bool>& lValues = *lMesh->GetLayer(0)->GetHole()->mDirectArray;
     EXPECT_TRUE(lValues.GetAt(0));
     EXPECT_TRUE(lValues.GetAt(1));

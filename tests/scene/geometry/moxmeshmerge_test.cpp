@@ -107,7 +107,8 @@ TEST(MoxMeshMergeList, PairsAtTheMergeDistanceMergeExactlyWhenCloser)
                 lY = std::nextafter(lY, 0.0);
             for (double lOther : {lY, std::nextafter(lY, 1e300)}) {
                 for (int lAxis = 0; lAxis < 3; ++lAxis) {
-                    MoxVector4 lA(0, 0, 0), lB(0, 0, 0);
+                    MoxVector4 lA(0, 0, 0);
+                    MoxVector4 lB(0, 0, 0);
                     lA[lAxis] = lX;
                     lB[lAxis] = lOther;
                     lA[(lAxis + 1) % 3] = lB[(lAxis + 1) % 3] = 10.0 * ++lRow;
@@ -187,7 +188,8 @@ TEST(MoxMeshMergeList, MatchesTheAllPairsRuleOnRandomPointSets)
     for (int lRun = 0; lRun < 400; ++lRun) {
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MeshWithPoints(lScope, RandomPointSet(lRandom));
-        MoxArray<int> lFast, lPlain;
+        MoxArray<int> lFast;
+        MoxArray<int> lPlain;
         const bool lFastMerged = lMesh->BuildMergeList(lFast);
         const bool lPlainMerged = moxoracle::BuildMergeList(*lMesh, lPlain);
         ASSERT_EQ(lFastMerged, lPlainMerged) << lRun;
@@ -249,9 +251,9 @@ TEST(MoxMeshMergeList, MatchesTheClosedFormAcrossCellBordersAndExtremes)
                 lPoints.push_back(lPoint);
             }
             if (i % 7 == 0) lPoints.push_back(lPoint);  // zero distance
-            if (i % 11 == 0) lPoints.push_back(MoxVector4(lNaN, lPoint[1], lPoint[2]));
-            if (i % 13 == 0) lPoints.push_back(MoxVector4(lPoint[0], -lInf, lPoint[2]));
-            if (i % 17 == 0) lPoints.push_back(MoxVector4(1e300, -1e300, lPoint[2]));
+            if (i % 11 == 0) lPoints.emplace_back(lNaN, lPoint[1], lPoint[2]);
+            if (i % 13 == 0) lPoints.emplace_back(lPoint[0], -lInf, lPoint[2]);
+            if (i % 17 == 0) lPoints.emplace_back(1e300, -1e300, lPoint[2]);
         }
         moxtest::ManagerScope lScope;
         MoxMesh* lMesh = MeshWithPoints(lScope, lPoints);
@@ -271,8 +273,10 @@ TEST(MoxMeshMergeList, MatchesTheClosedFormAcrossCellBordersAndExtremes)
 TEST(MoxMeshMergeList, CopiesMetLongAfterTheirPositionTakeTheFirstPoint)
 {
     std::vector<MoxVector4> lPositions;
+    lPositions.reserve(40000);
     for (int i = 0; i < 40000; ++i)
-        lPositions.push_back(MoxVector4(i % 40 * 0.001, i / 40 % 40 * 0.001, i / 1600 * 0.001));
+        lPositions.emplace_back(i % 40 * 0.001, i / 40 % 40 * 0.001,
+                                i / 1600 * 0.001);  // NOLINT(bugprone-integer-division): a grid of whole steps
     std::vector<int> lOrder(lPositions.size());
     for (size_t i = 0; i < lOrder.size(); ++i) lOrder[i] = int(i);
     std::vector<MoxVector4> lPoints = lPositions;
@@ -285,7 +289,7 @@ TEST(MoxMeshMergeList, CopiesMetLongAfterTheirPositionTakeTheFirstPoint)
             lPoints.push_back(lPositions[size_t(lOrder[k])]);
             lExpected.push_back(lOrder[k]);
             if (k % 1000 == 0) {
-                lPoints.push_back(MoxVector4(std::numeric_limits<double>::quiet_NaN(), 0, 0));
+                lPoints.emplace_back(std::numeric_limits<double>::quiet_NaN(), 0, 0);
                 lExpected.push_back(int(lExpected.size()));
             }
         }
@@ -465,7 +469,7 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
         moxtest::ManagerScope lScope;
         MoxMesh* lFast = RandomScenario(lScope, lSeed, sgUV0);
         MoxMesh* lPlain = RandomScenario(lScope, lSeed, sgUV0);
-        std::mt19937 lRandom(lSeed * 7919u);
+        std::mt19937 lRandom(std::mt19937::result_type(lSeed * 7919u));
         // Mostly split meshes, as the merge expects; sometimes the mesh as built.
         if (lSeed % 4 != 0) {
             moxtest::ReportCapture lQuiet;
@@ -494,7 +498,8 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
         const bool lKeepsTopology = lListKind != 3 && HasOnePolygonVertexPerControlPoint(*lFast);
         lTopologiesKept += lKeepsTopology;
         MoxArray<int> lPlainList(lList);
-        std::vector<std::string> lFastReports, lPlainReports;
+        std::vector<std::string> lFastReports;
+        std::vector<std::string> lPlainReports;
         {
             moxtest::ReportCapture lReports;
             lFast->MergePointsForPolygonVerteNormals(lList);

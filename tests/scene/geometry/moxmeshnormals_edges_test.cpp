@@ -23,14 +23,14 @@ using namespace moxnormalstest;
 
 namespace {
 
-const char* const kFile = "scene/geometry/moxmesh";
+const char* const sgFile = "scene/geometry/moxmesh";
 
 MoxVector4 CubeCorner(int pPoint)
 {
     return MoxVector4((pPoint & 1) ? 1 : -1, ((pPoint >> 1) & 1) ? 1 : -1, ((pPoint >> 2) & 1) ? 1 : -1, 0.0);
 }
 
-const double kCubeFaces[6][3] = {{0, 0, -1}, {0, 0, 1}, {0, -1, 0}, {0, 1, 0}, {-1, 0, 0}, {1, 0, 0}};
+const double sgCubeFaces[6][3] = {{0, 0, -1}, {0, 0, 1}, {0, -1, 0}, {0, 1, 0}, {-1, 0, 0}, {1, 0, 0}};
 
 // One value per edge of the built edge table: 1 where pSoft says so for the edge's two control points.
 template <class SOFT>
@@ -68,7 +68,7 @@ TEST(MoxMeshGenerateNormalsByEdge, SoftEdgesWithoutAnEdgeTableChangeNothing)
     const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
     ASSERT_EQ(lNormals.size(), 24u);
     for (int i = 0; i < 24; ++i)
-        ExpectVector(lNormals[i], kCubeFaces[i / 4][0], kCubeFaces[i / 4][1], kCubeFaces[i / 4][2], 0);
+        ExpectVector(lNormals[i], sgCubeFaces[i / 4][0], sgCubeFaces[i / 4][1], sgCubeFaces[i / 4][2], 0);
 }
 
 // Polygon vertices of the cube whose control point (6 or 7) compares as 5 through the polygon-count clamp
@@ -94,7 +94,7 @@ TEST(MoxMeshGenerateNormalsByEdge, CubeWithAllEdgesSoft)
     for (int i = 0; i < 24; ++i) {
         const MoxVector4 lCorner = CubeCorner(lMesh->mPolygonVertices[i]);
         if (ClampedAway(i))
-            ExpectVector(lNormals[i], kCubeFaces[i / 4][0], kCubeFaces[i / 4][1], kCubeFaces[i / 4][2], 0);
+            ExpectVector(lNormals[i], sgCubeFaces[i / 4][0], sgCubeFaces[i / 4][1], sgCubeFaces[i / 4][2], 0);
         else
             ExpectVector(lNormals[i], lCorner[0] * lThird, lCorner[1] * lThird, lCorner[2] * lThird, 0, 1e-15);
     }
@@ -115,7 +115,7 @@ TEST(MoxMeshGenerateNormalsByEdge, CubeWithSoftVerticalEdges)
     const double lThird = 1.0 / std::sqrt(3.0);
     for (int i = 0; i < 24; ++i) {
         if (i < 8 || ClampedAway(i)) {
-            ExpectVector(lNormals[i], kCubeFaces[i / 4][0], kCubeFaces[i / 4][1], kCubeFaces[i / 4][2], 0);
+            ExpectVector(lNormals[i], sgCubeFaces[i / 4][0], sgCubeFaces[i / 4][1], sgCubeFaces[i / 4][2], 0);
         } else {
             const MoxVector4 lCorner = CubeCorner(lMesh->mPolygonVertices[i]);
             ExpectVector(lNormals[i], lCorner[0] * lThird, lCorner[1] * lThird, lCorner[2] * lThird, 0, 1e-15);
@@ -252,7 +252,7 @@ TEST(MoxMeshGenerateNormalsByEdge, IndexReferenceModeIsReportedAndReadAsDirect)
                  std::vector<int>(12, 0));
     moxtest::ReportCapture lCapture;
     ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "GenerateNormals", "lReferenceMode == MoxLayerElement::eDirect"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "GenerateNormals", "lReferenceMode == MoxLayerElement::eDirect"));
     const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
     const double lThird = 1.0 / std::sqrt(3.0);
     for (int i = 0; i < 24; ++i) {
@@ -502,7 +502,8 @@ TEST(MoxMeshConformNormalsTo, PerControlPointElementsAreReadByPolygonVertex)
     MakeFan(*lReference, 5, 1.0);
     // Apex 0 has polygon vertices 0, 3, 6, 9, 12: only 0 and 3 lie inside the six per-point values.
     std::vector<MoxVector4> lOwn;
-    for (int i = 0; i < 6; ++i) lOwn.push_back(MoxVector4(i, 1, 0, 0));
+    lOwn.reserve(6);
+    for (int i = 0; i < 6; ++i) lOwn.emplace_back(i, 1, 0, 0);
     SetNormals(*lMesh, 0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, lOwn);
     SetNormals(*lReference, 0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect,
                std::vector<MoxVector4>(6, MoxVector4(0, 0, 1, 0)));
@@ -524,7 +525,7 @@ TEST(MoxMeshConformNormalsTo, MeshWithoutControlPointsReportsTheInvalidMap)
     moxtest::BuildMesh(*lReference, {}, {{0, 1, 2}});
     moxtest::ReportCapture lCapture;
     EXPECT_FALSE(lMesh->ConformNormalsTo(lReference));
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ConformNormalsTo", "lGroups.Valid()"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ConformNormalsTo", "lGroups.Valid()"));
 }
 
 // A fan apex shared by 100,000 polygon vertices, smooth and faceted references: the result is the one of
@@ -573,7 +574,7 @@ TEST(MoxMeshConformNormalsTo, ExtremeComponentsMatchAllPairs)
             std::vector<MoxVector4> lOwn;
             std::vector<MoxVector4> lRef;
             for (int i = 0; i < 120; ++i) {
-                lOwn.push_back(MoxVector4(i, 1, 2, 0));
+                lOwn.emplace_back(i, 1, 2, 0);
                 MoxVector4 lValue(0.5, 0.25, 0.125, 1.0);
                 // Apex polygon vertices are 0, 3, 6, ...: the first ones take the set's values once each.
                 const size_t lApex = size_t(i / 3);

@@ -3,6 +3,7 @@
 // control-point map: moxmeshnormals_edges_test.cpp.)
 #include "moxsdk/scene/geometry/moxmesh.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <string>
@@ -19,18 +20,19 @@ using namespace moxnormalstest;
 
 namespace {
 
-const char* const kFile = "scene/geometry/moxmesh";
+const char* const sgFile = "scene/geometry/moxmesh";
 
 bool HasReport(const moxtest::ReportCapture& pCapture, const std::string& pFile, const std::string& pFunction,
                const std::string& pMessage)
 {
-    for (const moxtest::Report& lReport : pCapture.Reports())
-        if (lReport.mFile == pFile && lReport.mFunction == pFunction && lReport.mMessage == pMessage) return true;
-    return false;
+    const std::vector<moxtest::Report>& lReports = pCapture.Reports();
+    return std::any_of(lReports.begin(), lReports.end(), [&](const moxtest::Report& pReport) {
+        return pReport.mFile == pFile && pReport.mFunction == pFunction && pReport.mMessage == pMessage;
+    });
 }
 
 // The outward unit normal of each cube face, in MakeCube's polygon order.
-const double kCubeFaces[6][3] = {{0, 0, -1}, {0, 0, 1}, {0, -1, 0}, {0, 1, 0}, {-1, 0, 0}, {1, 0, 0}};
+const double sgCubeFaces[6][3] = {{0, 0, -1}, {0, 0, 1}, {0, -1, 0}, {0, 1, 0}, {-1, 0, 0}, {1, 0, 0}};
 
 // The outward diagonal direction at cube point c: each component -1 or +1.
 MoxVector4 CubeCorner(int pPoint)
@@ -133,7 +135,7 @@ TEST(MoxMeshNormalsPerControlPoint, NegativeIndexEmptiesTheSumsAndReports)
     moxtest::ReportCapture lCapture;
     lMesh->ComputeNormalsPerCtrlPoint(lInfo, false);
     EXPECT_EQ(lInfo.GetCount(), 0);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ComputeNormalsPerCtrlPoint", "false"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ComputeNormalsPerCtrlPoint", "false"));
 }
 
 // The normal element is still sized and written; the empty sums read as empty records.
@@ -144,7 +146,7 @@ TEST(MoxMeshNormalsPerControlPoint, GeneratingAfterANegativeIndexStaysInsideMemo
     moxtest::BuildMesh(*lMesh, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, -3, 2}});
     moxtest::ReportCapture lCapture;
     lMesh->GenerateNormalsByCtrlPoint(false);
-    EXPECT_TRUE(HasReport(lCapture, kFile, "ComputeNormalsPerCtrlPoint", "false"));
+    EXPECT_TRUE(HasReport(lCapture, sgFile, "ComputeNormalsPerCtrlPoint", "false"));
     EXPECT_TRUE(HasReport(lCapture, "core/base/moxarray", "operator[]", "Index is out of range!"));
     const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
     ASSERT_EQ(lNormals.size(), 3u);
@@ -257,7 +259,7 @@ TEST(MoxMeshNormalsPerPolygonVertex, RejectsIndicesPastTheControlPoints)
     moxtest::ReportCapture lCapture;
     lMesh->ComputeNormalsPerPolygonVertex(lInfo, false);
     EXPECT_EQ(lInfo.GetCount(), 0);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ComputeNormalsPerPolygonVertex", "false"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ComputeNormalsPerPolygonVertex", "false"));
 }
 
 TEST(MoxMeshNormalsPerPolygonVertex, MissingControlPointsAreReportedAndTheArrayKept)
@@ -269,7 +271,7 @@ TEST(MoxMeshNormalsPerPolygonVertex, MissingControlPointsAreReportedAndTheArrayK
     lInfo.Add(MoxMesh::VertexNormalInfo{MoxVector4(1, 1, 1, 1), 7});
     moxtest::ReportCapture lCapture;
     lMesh->ComputeNormalsPerPolygonVertex(lInfo, false);
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "ComputeNormalsPerPolygonVertex", "lPoints != NULL"));
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "ComputeNormalsPerPolygonVertex", "lPoints != NULL"));
     ASSERT_EQ(lInfo.GetCount(), 1);
     EXPECT_EQ(lInfo[0].mNumNormal, 7);
 }
@@ -312,7 +314,7 @@ TEST(MoxMeshGenerateNormals, CubeWithoutSmoothingGivesTheFaceNormals)
     const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
     ASSERT_EQ(lNormals.size(), 24u);
     for (int i = 0; i < 24; ++i)
-        ExpectVector(lNormals[i], kCubeFaces[i / 4][0], kCubeFaces[i / 4][1], kCubeFaces[i / 4][2], 0);
+        ExpectVector(lNormals[i], sgCubeFaces[i / 4][0], sgCubeFaces[i / 4][1], sgCubeFaces[i / 4][2], 0);
 }
 
 TEST(MoxMeshGenerateNormals, CubeSmoothedByPolygonGivesTheCornerDiagonals)
@@ -439,7 +441,7 @@ TEST(MoxMeshGenerateNormals, ClockwiseHardCornersAndCounterClockwiseSmoothCorner
             const MoxVector4 lCorner = CubeCorner(lMesh->mPolygonVertices[i]);
             ExpectVector(lNormals[i], lCorner[0] * lThird, lCorner[1] * lThird, lCorner[2] * lThird, 0, 1e-15);
         } else {
-            ExpectVector(lNormals[i], -kCubeFaces[lFace][0], -kCubeFaces[lFace][1], -kCubeFaces[lFace][2], 0);
+            ExpectVector(lNormals[i], -sgCubeFaces[lFace][0], -sgCubeFaces[lFace][1], -sgCubeFaces[lFace][2], 0);
         }
     }
 }
@@ -557,11 +559,11 @@ TEST(MoxMeshGenerateNormals, UnsupportedSmoothingMappingIsReportedAndIgnored)
     moxtest::ReportCapture lCapture;
     ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
     EXPECT_TRUE(
-        lCapture.HasOnly(kFile, "GenerateNormals",
+        lCapture.HasOnly(sgFile, "GenerateNormals",
                          "lMappingMode == MoxLayerElement::eByPolygon || lMappingMode == MoxLayerElement::eByEdge"));
     const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
     for (int i = 0; i < 24; ++i)
-        ExpectVector(lNormals[i], kCubeFaces[i / 4][0], kCubeFaces[i / 4][1], kCubeFaces[i / 4][2], 0);
+        ExpectVector(lNormals[i], sgCubeFaces[i / 4][0], sgCubeFaces[i / 4][1], sgCubeFaces[i / 4][2], 0);
 }
 
 TEST(MoxMeshGenerateNormals, EdgeSmoothingInIndexModeIsReported)
@@ -572,7 +574,7 @@ TEST(MoxMeshGenerateNormals, EdgeSmoothingInIndexModeIsReported)
     AddSmoothing(*lMesh, MoxLayerElement::eByEdge, {1, 1, 1}, MoxLayerElement::eIndexToDirect);
     moxtest::ReportCapture lCapture;
     ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
-    EXPECT_TRUE(HasReport(lCapture, kFile, "GenerateNormals", "lReferenceMode == MoxLayerElement::eDirect"));
+    EXPECT_TRUE(HasReport(lCapture, sgFile, "GenerateNormals", "lReferenceMode == MoxLayerElement::eDirect"));
 }
 
 // After an invalid control point index the faceted normals are empty; the smoothing and the write read
@@ -587,7 +589,7 @@ TEST(MoxMeshGenerateNormals, InvalidIndexStaysInsideMemory)
         AddSmoothing(*lMesh, MoxLayerElement::eByPolygon, {1, 1, 0, 1, 1, 1});
         moxtest::ReportCapture lCapture;
         ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
-        EXPECT_TRUE(HasReport(lCapture, kFile, "ComputeNormalsPerPolygonVertex", "false"));
+        EXPECT_TRUE(HasReport(lCapture, sgFile, "ComputeNormalsPerPolygonVertex", "false"));
         EXPECT_TRUE(HasReport(lCapture, "core/base/moxarray", "operator[]", "Index is out of range!"));
         const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
         ASSERT_EQ(lNormals.size(), 24u);
@@ -602,7 +604,7 @@ TEST(MoxMeshGenerateNormals, MissingControlPointsWriteNoNormal)
     moxtest::BuildMesh(*lMesh, {}, {{0, 1, 2}});
     moxtest::ReportCapture lCapture;
     ASSERT_TRUE(lMesh->GenerateNormals(true, false, false));
-    EXPECT_TRUE(HasReport(lCapture, kFile, "ComputeNormalsPerPolygonVertex", "lPoints != NULL"));
+    EXPECT_TRUE(HasReport(lCapture, sgFile, "ComputeNormalsPerPolygonVertex", "lPoints != NULL"));
     const std::vector<MoxVector4> lNormals = NormalsOf(*lMesh);
     ASSERT_EQ(lNormals.size(), 3u);
     for (const MoxVector4& lNormal : lNormals) ExpectVector(lNormal, 0, 0, 0, 1);
@@ -620,8 +622,8 @@ TEST(MoxMeshGenerateNormals, MissingNormalElementIsReported)
         lMesh->GenerateNormalsByCtrlPoint(false);
         EXPECT_TRUE(lMesh->GenerateNormals(true, false, false));
     }
-    EXPECT_TRUE(HasReport(lCapture, kFile, "GenerateNormalsByCtrlPoint", "isvalid && direct != NULL"));
-    EXPECT_TRUE(HasReport(lCapture, kFile, "GenerateNormals", "isvalid && direct != NULL"));
+    EXPECT_TRUE(HasReport(lCapture, sgFile, "GenerateNormalsByCtrlPoint", "isvalid && direct != NULL"));
+    EXPECT_TRUE(HasReport(lCapture, sgFile, "GenerateNormals", "isvalid && direct != NULL"));
     EXPECT_EQ(lMesh->GetLayer(0)->GetNormals(), nullptr);
 }
 
@@ -638,6 +640,7 @@ TEST(MoxMeshGenerateNormals, RandomMeshesGiveUnitNormalsWhereDefined)
         moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
         if (!lMesh->GetLayer(0)) continue;
         std::vector<int> lGroups;
+        lGroups.reserve(lMesh->GetPolygonCount());
         for (int p = 0; p < lMesh->GetPolygonCount(); ++p) lGroups.push_back(int(lRandom() % 3));
         if (lRound % 2) AddSmoothing(*lMesh, MoxLayerElement::eByPolygon, lGroups);
         const bool lByPoint = lRound % 3 == 0;
@@ -679,7 +682,7 @@ TEST(MoxMeshGenerateNormals, SmoothingByPolygonMatchesThePlainLists)
             AddSmoothing(*lMesh, lRandom() % 5 ? MoxLayerElement::eByPolygon : MoxLayerElement::eByMesh, lValues,
                          lReference, lIndices);
         }
-        if (lRound % 7 == 0 && lPolygons > 0) lMesh->mPolygons[lRandom() % lPolygons].mSize += 2;
+        if (lRound % 7 == 0 && lPolygons > 0) lMesh->mPolygons[static_cast<int>(lRandom() % lPolygons)].mSize += 2;
         const bool lCW = lRandom() % 2;
         const std::vector<MoxVector4> lExpected = PlainGenerateNormals(*lMesh, lCW);
         moxtest::ReportCapture lCapture;
@@ -705,7 +708,7 @@ TEST(MoxMeshGenerateNormals, CorruptedTopologyStaysInsideMemory)
         lOptions.mInvalidIndices = true;
         moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
         if (!lMesh->GetLayer(0) || lMesh->GetPolygonCount() == 0) continue;
-        MoxMesh::PolygonDef& lPolygon = lMesh->mPolygons[lRandom() % lMesh->GetPolygonCount()];
+        MoxMesh::PolygonDef& lPolygon = lMesh->mPolygons[static_cast<int>(lRandom() % lMesh->GetPolygonCount())];
         switch (lRandom() % 4) {
             case 0:
                 lPolygon.mIndex = -int(lRandom() % 5) - 1;
@@ -800,7 +803,7 @@ TEST(MoxMeshCheckIfVertexNormalsCCW, IndexArrayOfTheWrongLengthIsReported)
     for (int c = 0; c < 7; ++c) lElement->mIndexArray->Add(c);
     moxtest::ReportCapture lCapture;
     EXPECT_FALSE(lMesh->CheckIfVertexNormalsCCW());
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "CheckIfVertexNormalsCCW",
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "CheckIfVertexNormalsCCW",
                                  "GetLayer(0)->GetNormals()->GetIndexArray().GetCount() == GetControlPointsCount()"));
 }
 
@@ -828,7 +831,7 @@ TEST(MoxMeshCheckIfVertexNormalsCCW, NegativeIndexIsReported)
     lMesh->mPolygonVertices[3] = -1;
     moxtest::ReportCapture lCapture;
     EXPECT_FALSE(lMesh->CheckIfVertexNormalsCCW());
-    EXPECT_TRUE(lCapture.HasOnly(kFile, "CheckIfVertexNormalsCCW",
+    EXPECT_TRUE(lCapture.HasOnly(sgFile, "CheckIfVertexNormalsCCW",
                                  "(lCurrentIndex >= 0 && lPreviousIndex >= 0 && lNextIndex >= 0)"));
 }
 
@@ -843,7 +846,7 @@ TEST(MoxMeshCheckIfVertexNormalsCCW, NormalsWithoutDirectArrayAreReported)
     for (int c = 0; c < 8; ++c) lElement->mIndexArray->Add(c);
     moxtest::ReportCapture lCapture;
     EXPECT_FALSE(lMesh->CheckIfVertexNormalsCCW());
-    EXPECT_TRUE(HasReport(lCapture, kFile, "CheckIfVertexNormalsCCW", "isvalid && direct"));
+    EXPECT_TRUE(HasReport(lCapture, sgFile, "CheckIfVertexNormalsCCW", "isvalid && direct"));
 }
 
 // ---- Conforming: the checks made before any normal is read ------------------------------------------------

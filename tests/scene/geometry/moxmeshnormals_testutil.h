@@ -26,10 +26,13 @@ using moxsdk::MoxLayerElementNormal;
 using moxsdk::MoxLayerElementSmoothing;
 using moxsdk::MoxMesh;
 using moxsdk::MoxVector4;
+// For the test files that include this header.
+// NOLINTBEGIN(misc-unused-using-decls)
 using moxtest::ExpectVector;
 using moxtest::MakeCylinder;
 using moxtest::MakeFan;
 using moxtest::MakePyramid;
+// NOLINTEND(misc-unused-using-decls)
 
 struct Record {
     MoxVector4 mTotal;
@@ -44,6 +47,7 @@ inline MoxVector4 Normalised(MoxVector4 pV)
 
 inline bool SameBits(const MoxVector4& pA, const MoxVector4& pB)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are compared on purpose
     return std::memcmp(pA.mData, pB.mData, sizeof(pA.mData)) == 0;
 }
 
@@ -213,6 +217,7 @@ inline std::vector<MoxVector4> PlainGenerateNormals(MoxMesh& pMesh, bool pCW)
     if (pMesh.GetPolygonVertexCount() == 0)
         return std::vector<MoxVector4>(static_cast<size_t>(pMesh.GetControlPointsCount()), MoxVector4());
     std::vector<MoxVector4> lOut;
+    lOut.reserve(pMesh.GetPolygonVertexCount());
     for (int i = 0; i < pMesh.GetPolygonVertexCount(); ++i)
         lOut.push_back(Averaged(i < static_cast<int>(lNormals.size()) ? lNormals[i] : Record{}));
     return lOut;
@@ -226,6 +231,7 @@ inline std::vector<std::vector<MoxVector4>> PlainConform(MoxMesh& pMesh, const M
     for (int i = 0; i < pMesh.GetElementNormalCount(); ++i) {
         const MoxLayerElementNormal* lElement = pMesh.GetElementNormal(i);
         std::vector<MoxVector4> lValues;
+        lValues.reserve(lElement->mDirectArray->GetCount());
         for (int j = 0; j < lElement->mDirectArray->GetCount(); ++j)
             lValues.push_back(lElement->mDirectArray->GetAt(j));
         lResult.push_back(lValues);
@@ -239,6 +245,7 @@ inline std::vector<std::vector<MoxVector4>> PlainConform(MoxMesh& pMesh, const M
         if (lMapping != MoxLayerElement::eByControlPoint && lMapping != MoxLayerElement::eByPolygonVertex) continue;
         std::vector<MoxVector4> lReference;
         const MoxLayerElementNormal* lRefElement = pReference.GetElementNormal(i);
+        lReference.reserve(lRefElement->mDirectArray->GetCount());
         for (int j = 0; j < lRefElement->mDirectArray->GetCount(); ++j)
             lReference.push_back(lRefElement->mDirectArray->GetAt(j));
         std::vector<MoxVector4>& lValues = lResult[static_cast<size_t>(i)];

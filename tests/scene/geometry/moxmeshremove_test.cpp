@@ -35,28 +35,29 @@ using EReference = MoxLayerElement::EReferenceMode;
 
 // A value that tells entries apart (bools follow an irregular bit pattern).
 template <class T>
-T Value(int i)
+T Value(int pNumber)
 {
     if constexpr (std::is_pointer<T>::value) {
-        return reinterpret_cast<T>(uintptr_t(16) * uintptr_t(i + 1));
+        // Pointers that are compared, never followed.
+        return reinterpret_cast<T>(uintptr_t(16) * uintptr_t(pNumber + 1));  // NOLINT(performance-no-int-to-ptr)
     } else if constexpr (std::is_same<T, bool>::value) {
-        return ((0x2D6B >> (i % 15)) & 1) != 0;
+        return ((0x2D6B >> (pNumber % 15)) & 1) != 0;
     } else if constexpr (std::is_same<T, int>::value) {
-        return 1000 + i;
+        return 1000 + pNumber;
     } else if constexpr (std::is_same<T, float>::value) {
-        return 0.25f * float(i);
+        return 0.25f * float(pNumber);
     } else if constexpr (std::is_same<T, double>::value) {
-        return 0.5 * i + 7.0;
+        return 0.5 * pNumber + 7.0;
     } else if constexpr (std::is_same<T, MoxVector2>::value) {
-        return MoxVector2(i, -i);
+        return MoxVector2(pNumber, -pNumber);
     } else if constexpr (std::is_same<T, MoxColor>::value) {
-        return MoxColor(i, 0.5, 0.25, 1.0);
+        return MoxColor(pNumber, 0.5, 0.25, 1.0);
     } else {
-        return MoxVector4(i, 2.0 * i, 3.0, 1.0);
+        return MoxVector4(pNumber, 2.0 * pNumber, 3.0, 1.0);
     }
 }
 
-enum class Kind {
+enum class EKind {
     eNormal,
     eTangent,
     eBinormal,
@@ -74,57 +75,57 @@ enum class Kind {
     eCount
 };
 
-const char* KindName(Kind pKind)
+const char* KindName(EKind pKind)
 {
-    static const char* const sNames[] = {"normal",     "tangent",     "binormal",      "vertex colour", "material",
-                                         "texture",    "uv",          "group",         "smoothing",     "user data",
-                                         "visibility", "edge crease", "vertex crease", "hole"};
-    return sNames[int(pKind)];
+    static const char* const sgNames[] = {"normal",     "tangent",     "binormal",      "vertex colour", "material",
+                                          "texture",    "uv",          "group",         "smoothing",     "user data",
+                                          "visibility", "edge crease", "vertex crease", "hole"};
+    return sgNames[int(pKind)];
 }
 
 // Creates an element of pKind on pLayer (textures and UVs on pChannel) and calls pVisit with it, typed.
 // User data gets one int and one double field.
 template <class F>
-void CreateAndVisit(MoxMesh& pMesh, MoxLayer& pLayer, Kind pKind, MoxLayerElement::EType pChannel, F&& pVisit)
+void CreateAndVisit(MoxMesh& pMesh, MoxLayer& pLayer, EKind pKind, MoxLayerElement::EType pChannel, F&& pVisit)
 {
     switch (pKind) {
-        case Kind::eNormal:
+        case EKind::eNormal:
             pLayer.SetNormals(MoxLayerElementNormal::Create(&pMesh, "n"));
             return pVisit(pLayer.GetNormals());
-        case Kind::eTangent:
+        case EKind::eTangent:
             pLayer.SetTangents(MoxLayerElementTangent::Create(&pMesh, "t"));
             return pVisit(pLayer.GetTangents());
-        case Kind::eBinormal:
+        case EKind::eBinormal:
             pLayer.SetBinormals(MoxLayerElementBinormal::Create(&pMesh, "b"));
             return pVisit(pLayer.GetBinormals());
-        case Kind::eVertexColor:
+        case EKind::eVertexColor:
             pLayer.SetVertexColors(MoxLayerElementVertexColor::Create(&pMesh, "c"));
             return pVisit(pLayer.GetVertexColors());
-        case Kind::eMaterial:
+        case EKind::eMaterial:
             pLayer.SetMaterials(MoxLayerElementMaterial::Create(&pMesh, "m"));
             return pVisit(pLayer.GetMaterials());
-        case Kind::eTexture:
+        case EKind::eTexture:
             pLayer.SetTextures(pChannel, MoxLayerElementTexture::Create(&pMesh, "x"));
             return pVisit(pLayer.GetTextures(pChannel));
-        case Kind::eUV:
+        case EKind::eUV:
             pLayer.SetUVs(MoxLayerElementUV::Create(&pMesh, "uv"), pChannel);
             return pVisit(pLayer.GetUVs(pChannel));
-        case Kind::ePolygonGroup:
+        case EKind::ePolygonGroup:
             pLayer.SetPolygonGroups(MoxLayerElementPolygonGroup::Create(&pMesh, "g"));
             return pVisit(pLayer.GetPolygonGroups());
-        case Kind::eSmoothing:
+        case EKind::eSmoothing:
             pLayer.SetSmoothing(MoxLayerElementSmoothing::Create(&pMesh, "s"));
             return pVisit(pLayer.GetSmoothing());
-        case Kind::eVisibility:
+        case EKind::eVisibility:
             pLayer.SetVisibility(MoxLayerElementVisibility::Create(&pMesh, "v"));
             return pVisit(pLayer.GetVisibility());
-        case Kind::eEdgeCrease:
+        case EKind::eEdgeCrease:
             pLayer.SetEdgeCrease(MoxLayerElementCrease::Create(&pMesh, "ec"));
             return pVisit(pLayer.GetEdgeCrease());
-        case Kind::eVertexCrease:
+        case EKind::eVertexCrease:
             pLayer.SetVertexCrease(MoxLayerElementCrease::Create(&pMesh, "vc"));
             return pVisit(pLayer.GetVertexCrease());
-        case Kind::eHole:
+        case EKind::eHole:
             pLayer.SetHole(MoxLayerElementHole::Create(&pMesh, "h"));
             return pVisit(pLayer.GetHole());
         default:
@@ -185,6 +186,7 @@ template <class T>
 std::vector<T> Values(const MoxLayerElementArrayTemplate<T>& pArray)
 {
     std::vector<T> lValues;
+    lValues.reserve(pArray.GetCount());
     for (int i = 0; i < pArray.GetCount(); ++i) lValues.push_back(pArray.GetAt(i));
     return lValues;
 }
@@ -198,6 +200,7 @@ template <class T>
 std::vector<T> ValuesOf(const std::vector<int>& pIds)
 {
     std::vector<T> lValues;
+    lValues.reserve(pIds.size());
     for (int lId : pIds) lValues.push_back(Value<T>(lId));
     return lValues;
 }
@@ -205,6 +208,7 @@ std::vector<T> ValuesOf(const std::vector<int>& pIds)
 std::vector<int> Range(int pCount, int pBase = 0)
 {
     std::vector<int> lValues;
+    lValues.reserve(pCount);
     for (int i = 0; i < pCount; ++i) lValues.push_back(pBase + i);
     return lValues;
 }
@@ -469,42 +473,42 @@ TEST(MoxMeshRemovePolygon, SharedUserDataFieldArraysLoseEntriesPerCall)
 
 // ---- Removal: every element kind, mapping and reference mode on two layers ------------------------------
 
-bool ConvertsDirect(Kind pKind)
+bool ConvertsDirect(EKind pKind)
 {
-    return pKind != Kind::eSmoothing && pKind != Kind::eUserData && pKind != Kind::eEdgeCrease &&
-           pKind != Kind::eVertexCrease && pKind != Kind::eHole;
+    return pKind != EKind::eSmoothing && pKind != EKind::eUserData && pKind != EKind::eEdgeCrease &&
+           pKind != EKind::eVertexCrease && pKind != EKind::eHole;
 }
 
-enum class Loses { eNothing, eIndexEntries, eDirectEntries };
+enum class ELoses { eNothing, eIndexEntries, eDirectEntries };
 
 // What an element loses, by kind, mapping and reference mode (after the direct-to-index conversion).
-Loses ExpectedLoss(Kind pKind, EMapping pMapping, EReference pReference)
+ELoses ExpectedLoss(EKind pKind, EMapping pMapping, EReference pReference)
 {
     const bool lIndexed = pReference != MoxLayerElement::eDirect;
-    const Loses lFromReference = lIndexed ? Loses::eIndexEntries : Loses::eDirectEntries;
+    const ELoses lFromReference = lIndexed ? ELoses::eIndexEntries : ELoses::eDirectEntries;
     const bool lPolygonal = pMapping == MoxLayerElement::eByPolygonVertex || pMapping == MoxLayerElement::eByPolygon;
     const bool lByEdge = pMapping == MoxLayerElement::eByEdge;
-    const Loses lEdgeLoss = pReference == MoxLayerElement::eIndex ? Loses::eNothing : lFromReference;
+    const ELoses lEdgeLoss = pReference == MoxLayerElement::eIndex ? ELoses::eNothing : lFromReference;
     switch (pKind) {
-        case Kind::eNormal:
-        case Kind::eTangent:
-        case Kind::eBinormal:
-        case Kind::eVertexColor:
-        case Kind::ePolygonGroup:
-        case Kind::eTexture:
-        case Kind::eUV:
-            return lPolygonal ? lFromReference : Loses::eNothing;
-        case Kind::eVisibility:
-        case Kind::eUserData:
-            return lPolygonal ? lFromReference : lByEdge ? lEdgeLoss : Loses::eNothing;
-        case Kind::eMaterial:
-            return lPolygonal && lIndexed ? Loses::eIndexEntries : Loses::eNothing;
-        case Kind::eSmoothing:
-            return pMapping == MoxLayerElement::eByPolygon ? lFromReference : lByEdge ? lEdgeLoss : Loses::eNothing;
-        case Kind::eEdgeCrease:
-            return lByEdge ? lEdgeLoss : Loses::eNothing;
+        case EKind::eNormal:
+        case EKind::eTangent:
+        case EKind::eBinormal:
+        case EKind::eVertexColor:
+        case EKind::ePolygonGroup:
+        case EKind::eTexture:
+        case EKind::eUV:
+            return lPolygonal ? lFromReference : ELoses::eNothing;
+        case EKind::eVisibility:
+        case EKind::eUserData:
+            return lPolygonal ? lFromReference : lByEdge ? lEdgeLoss : ELoses::eNothing;
+        case EKind::eMaterial:
+            return lPolygonal && lIndexed ? ELoses::eIndexEntries : ELoses::eNothing;
+        case EKind::eSmoothing:
+            return pMapping == MoxLayerElement::eByPolygon ? lFromReference : lByEdge ? lEdgeLoss : ELoses::eNothing;
+        case EKind::eEdgeCrease:
+            return lByEdge ? lEdgeLoss : ELoses::eNothing;
         default:
-            return Loses::eNothing;
+            return ELoses::eNothing;
     }
 }
 
@@ -540,7 +544,7 @@ std::vector<int> RemovedComponents(EMapping pMapping)
 }
 
 struct ElementCase {
-    Kind mKind;
+    EKind mKind;
     EMapping mMapping;
     EReference mReference;
 };
@@ -562,9 +566,9 @@ void CheckElement(MoxLayerElementTemplate<T>* pElement, const ElementCase& pCase
     EXPECT_EQ(pElement->GetReferenceMode(), lReference);
     std::vector<int> lDirect = Range(lCount, 100 * pLayer);
     std::vector<int> lIndex = lConverted ? Range(lCount) : Range(lCount, 50);
-    const Loses lLoss = ExpectedLoss(pCase.mKind, pCase.mMapping, lReference);
-    if (lLoss == Loses::eIndexEntries) lIndex = Without(lIndex, RemovedComponents(pCase.mMapping));
-    if (lLoss == Loses::eDirectEntries) lDirect = Without(lDirect, RemovedComponents(pCase.mMapping));
+    const ELoses lLoss = ExpectedLoss(pCase.mKind, pCase.mMapping, lReference);
+    if (lLoss == ELoses::eIndexEntries) lIndex = Without(lIndex, RemovedComponents(pCase.mMapping));
+    if (lLoss == ELoses::eDirectEntries) lDirect = Without(lDirect, RemovedComponents(pCase.mMapping));
     EXPECT_EQ(Values(*pElement->mDirectArray), ValuesOf<T>(lDirect));
     EXPECT_EQ(Values(*pElement->mIndexArray), lIndex);
 }
@@ -577,9 +581,9 @@ void CheckUserData(MoxLayerElementUserData* pElement, const ElementCase& pCase, 
     const int lCount = ComponentCount(pCase.mMapping);
     std::vector<int> lDirect = Range(lCount, 100 * pLayer);
     std::vector<int> lIndex = Range(lCount, 50);
-    const Loses lLoss = ExpectedLoss(pCase.mKind, pCase.mMapping, pCase.mReference);
-    if (lLoss == Loses::eIndexEntries) lIndex = Without(lIndex, RemovedComponents(pCase.mMapping));
-    if (lLoss == Loses::eDirectEntries) lDirect = Without(lDirect, RemovedComponents(pCase.mMapping));
+    const ELoses lLoss = ExpectedLoss(pCase.mKind, pCase.mMapping, pCase.mReference);
+    if (lLoss == ELoses::eIndexEntries) lIndex = Without(lIndex, RemovedComponents(pCase.mMapping));
+    if (lLoss == ELoses::eDirectEntries) lDirect = Without(lDirect, RemovedComponents(pCase.mMapping));
     EXPECT_EQ(pElement->GetReferenceMode(), pCase.mReference);
     EXPECT_EQ(Values(MoxGetDirectArray<int>(pElement, 0)), ValuesOf<int>(lDirect));
     EXPECT_EQ(Values(*pElement->mIndexArray), lIndex);
@@ -589,7 +593,7 @@ void InstallCase(MoxMesh& pMesh, const ElementCase& pCase, int pLayer)
 {
     MoxLayer& lLayer = *pMesh.GetLayer(pLayer);
     const int lCount = ComponentCount(pCase.mMapping);
-    if (pCase.mKind == Kind::eUserData) {
+    if (pCase.mKind == EKind::eUserData) {
         MoxLayerElementUserData* lUserData = MakeUserData({eMoxInt}, Range(lCount, 100 * pLayer));
         lUserData->SetMappingMode(pCase.mMapping);
         lUserData->SetReferenceMode(pCase.mReference);
@@ -607,35 +611,35 @@ void InstallCase(MoxMesh& pMesh, const ElementCase& pCase, int pLayer)
 void CheckCase(MoxMesh& pMesh, const ElementCase& pCase, int pLayer)
 {
     MoxLayer& lLayer = *pMesh.GetLayer(pLayer);
-    if (pCase.mKind == Kind::eUserData) return CheckUserData(lLayer.GetUserData(), pCase, pLayer);
+    if (pCase.mKind == EKind::eUserData) return CheckUserData(lLayer.GetUserData(), pCase, pLayer);
     const MoxLayerElement::EType lChannel =
         pLayer == 0 ? MoxLayerElement::eTextureChannel0 : MoxLayerElement::eTextureChannel9;
     switch (pCase.mKind) {
-        case Kind::eNormal:
+        case EKind::eNormal:
             return CheckElement(lLayer.GetNormals(), pCase, pLayer);
-        case Kind::eTangent:
+        case EKind::eTangent:
             return CheckElement(lLayer.GetTangents(), pCase, pLayer);
-        case Kind::eBinormal:
+        case EKind::eBinormal:
             return CheckElement(lLayer.GetBinormals(), pCase, pLayer);
-        case Kind::eVertexColor:
+        case EKind::eVertexColor:
             return CheckElement(lLayer.GetVertexColors(), pCase, pLayer);
-        case Kind::eMaterial:
+        case EKind::eMaterial:
             return CheckElement(lLayer.GetMaterials(), pCase, pLayer);
-        case Kind::eTexture:
+        case EKind::eTexture:
             return CheckElement(lLayer.GetTextures(lChannel), pCase, pLayer);
-        case Kind::eUV:
+        case EKind::eUV:
             return CheckElement(lLayer.GetUVs(lChannel), pCase, pLayer);
-        case Kind::ePolygonGroup:
+        case EKind::ePolygonGroup:
             return CheckElement(lLayer.GetPolygonGroups(), pCase, pLayer);
-        case Kind::eSmoothing:
+        case EKind::eSmoothing:
             return CheckElement(lLayer.GetSmoothing(), pCase, pLayer);
-        case Kind::eVisibility:
+        case EKind::eVisibility:
             return CheckElement(lLayer.GetVisibility(), pCase, pLayer);
-        case Kind::eEdgeCrease:
+        case EKind::eEdgeCrease:
             return CheckElement(lLayer.GetEdgeCrease(), pCase, pLayer);
-        case Kind::eVertexCrease:
+        case EKind::eVertexCrease:
             return CheckElement(lLayer.GetVertexCrease(), pCase, pLayer);
-        case Kind::eHole:
+        case EKind::eHole:
             return CheckElement(lLayer.GetHole(), pCase, pLayer);
         default:
             return;
@@ -649,10 +653,10 @@ TEST(MoxMeshRemovePolygon, EveryElementKindMappingAndReferenceOnTwoLayers)
         MoxLayerElement::eByPolygon, MoxLayerElement::eByEdge,         MoxLayerElement::eByMesh};
     const EReference lReferences[] = {MoxLayerElement::eDirect, MoxLayerElement::eIndex,
                                       MoxLayerElement::eIndexToDirect};
-    for (int lKind = 0; lKind < int(Kind::eCount); ++lKind) {
+    for (int lKind = 0; lKind < int(EKind::eCount); ++lKind) {
         for (EMapping lMapping : lMappings) {
             for (EReference lReference : lReferences) {
-                const ElementCase lCase{Kind(lKind), lMapping, lReference};
+                const ElementCase lCase{EKind(lKind), lMapping, lReference};
                 moxtest::ManagerScope lScope;
                 MoxMesh* lMesh = lScope.NewMesh();
                 MakeTwoQuadsWithEdges(*lMesh);
@@ -890,7 +894,7 @@ void ExpectSameReports(const std::vector<moxtest::Report>& pA, const std::vector
 
 // An element of pKind with random modes and arrays roughly (sometimes not quite) as long as its mapping
 // needs.
-void AddRandomElement(MoxMesh& pMesh, MoxLayer& pLayer, Kind pKind, MoxLayerElement::EType pChannel,
+void AddRandomElement(MoxMesh& pMesh, MoxLayer& pLayer, EKind pKind, MoxLayerElement::EType pChannel,
                       std::mt19937& pRandom)
 {
     auto lUniform = [&pRandom](int pLow, int pHigh) {
@@ -907,8 +911,9 @@ void AddRandomElement(MoxMesh& pMesh, MoxLayer& pLayer, Kind pKind, MoxLayerElem
     std::vector<int> lDirect = Range(lCount, lUniform(0, 1000));
     std::vector<int> lIndex;
     const int lIndexCount = lUniform(0, 3) == 0 ? std::max(0, lCount + lUniform(-3, 3)) : lCount;
+    lIndex.reserve(lIndexCount);
     for (int i = 0; i < lIndexCount; ++i) lIndex.push_back(lUniform(-1, lCount));
-    if (pKind == Kind::eUserData) {
+    if (pKind == EKind::eUserData) {
         std::vector<EMoxType> lTypes;
         const EMoxType lChoices[] = {eMoxInt, eMoxBool, eMoxFloat, eMoxDouble, eMoxDouble4};
         for (int f = lUniform(0, 3); f > 0; --f) lTypes.push_back(lChoices[lUniform(0, 4)]);
@@ -969,12 +974,12 @@ void BuildRandomScene(MoxMesh& pMesh, uint32_t pSeed)
     FillSpareSlots(pMesh, lRandom);
     while (pMesh.GetLayerCount() < 2) pMesh.CreateLayer();
     for (int l = 0; l < 2; ++l) {
-        for (int lKind = 0; lKind < int(Kind::eCount); ++lKind) {
-            const bool lChannelKind = Kind(lKind) == Kind::eTexture || Kind(lKind) == Kind::eUV;
+        for (int lKind = 0; lKind < int(EKind::eCount); ++lKind) {
+            const bool lChannelKind = EKind(lKind) == EKind::eTexture || EKind(lKind) == EKind::eUV;
             for (int lRepeat = lChannelKind ? 2 : 1; lRepeat > 0; --lRepeat) {
                 if (lUniform(0, 2) == 0) continue;
                 const auto lChannel = MoxLayerElement::EType(MoxLayerElement::eTextureChannel0 + lUniform(0, 16));
-                AddRandomElement(pMesh, *pMesh.GetLayer(l), Kind(lKind), lChannel, lRandom);
+                AddRandomElement(pMesh, *pMesh.GetLayer(l), EKind(lKind), lChannel, lRandom);
             }
         }
     }
@@ -996,7 +1001,7 @@ TEST(MoxMeshRemoveOracle, RemovePolygonMatchesTheLiteralSearchOnRandomMeshes)
         BuildRandomScene(*lLibrary, lSeed);
         BuildRandomScene(*lOracle, lSeed);
         ExpectSameMesh(*lLibrary, *lOracle);
-        std::mt19937 lRandom(lSeed * 7919u);
+        std::mt19937 lRandom(std::mt19937::result_type(lSeed * 7919u));
         for (int lStep = 0; lStep < 4; ++lStep) {
             const int p = PickPolygon(*lLibrary, lRandom);
             int lLibraryResult = 0;
@@ -1108,7 +1113,7 @@ TEST(MoxMeshRemoveOracle, ExtremePolygonRangesMatchTheLiteralSearch)
             if (lMesh->GetMeshEdgeCount() > 0 && lUniform(0, 1) == 0)
                 lMesh->mEdgeArray[0] = lUniform(0, 1) == 0 ? INT_MAX : INT_MIN;
         }
-        std::mt19937 lRandom(lSeed * 31u);
+        std::mt19937 lRandom(std::mt19937::result_type(lSeed * 31u));
         for (int lStep = 0; lStep < 3; ++lStep) {
             const int p = PickPolygon(*lMeshes[0], lRandom);
             int lLibraryResult = 0;
@@ -1160,10 +1165,10 @@ TEST(MoxMeshRemoveOracle, LargePolygonMatchesTheLiteralSearch)
         lMesh->CreateLayer();
         std::mt19937 lRandom(11);
         FillSpareSlots(*lMesh, lRandom);
-        const Kind lKinds[] = {Kind::eNormal,   Kind::eUV,         Kind::eSmoothing,
-                               Kind::eUserData, Kind::eVisibility, Kind::eEdgeCrease};
+        const EKind lKinds[] = {EKind::eNormal,   EKind::eUV,         EKind::eSmoothing,
+                                EKind::eUserData, EKind::eVisibility, EKind::eEdgeCrease};
         for (int l = 0; l < 2; ++l)
-            for (Kind lKind : lKinds)
+            for (EKind lKind : lKinds)
                 AddRandomElement(*lMesh, *lMesh->GetLayer(l), lKind, MoxLayerElement::eTextureChannel0, lRandom);
     }
     const auto lLibraryReports = Capture([&] { lMeshes[0]->RemovePolygon(1); });

@@ -330,10 +330,10 @@ TEST(MoxMeshSplit, ReportsOutOfRangeIndicesAndMissingLists)
 
     moxtest::ReportCapture lReports;
     EXPECT_TRUE(lMesh->SplitPoints());
-    const char* kRange = "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()";
+    const char* lRange = "index >= 0 && index < GetLayer(0)->GetNormals()->GetDirectArray().GetCount()";
     EXPECT_EQ(OwnReports(lReports), (std::vector<std::string>{
-                                        std::string("SplitPoints: ") + kRange,  // polygon vertex 2: index 7
-                                        std::string("SplitPoints: ") + kRange,  // polygon vertex 3: index 7
+                                        std::string("SplitPoints: ") + lRange,  // polygon vertex 2: index 7
+                                        std::string("SplitPoints: ") + lRange,  // polygon vertex 3: index 7
                                         "SplitPoints: -1 != lUVindex",          // polygon vertex 3
                                         "SplitPoints: -1 != lUVindex",          // polygon vertex 4
                                         "SplitPoints: -1 != lUVindex",          // polygon vertex 5
@@ -379,11 +379,13 @@ TEST(MoxMeshSplit, BlendShapeTargetsAreExtendedWithTheShortUVCopy)
     MoxBlendShape* lBlend = nullptr;
     // 32 control points: their UV copy moves 32 bytes, the first two UVs.
     std::vector<MoxVector4> lShapePoints;
-    for (int i = 0; i < 32; ++i) lShapePoints.push_back(MoxVector4(i, 10 + i, 20 + i, 1));
+    lShapePoints.reserve(32);
+    for (int i = 0; i < 32; ++i) lShapePoints.emplace_back(i, 10 + i, 20 + i, 1);
     MoxShape* lShape = AddShape(lScope, *lMesh, lBlend, lShapePoints);
     lShape->InitNormals();
     for (int i = 0; i < 32; ++i) lShape->GetLayer(0)->GetNormals()->mDirectArray->SetAt(i, N(i));
     std::vector<MoxVector2> lShapeUVs;
+    lShapeUVs.reserve(32);
     for (int i = 0; i < 32; ++i) lShapeUVs.push_back(UV(i + 1));
     SetUVs(*lShape, sgUV0, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, lShapeUVs);
 
@@ -439,8 +441,10 @@ TEST(MoxMeshSplitOracle, SplitMatchesThePlainAlgorithmOnRandomMeshes)
         MoxMesh* lPlain = RandomScenario(lScope, lSeed, lType);
         // The split keeps a well-formed topology; elements mapped by control point stay as they were.
         const bool lTopology = lFast->HasWellFormedTopology();
-        bool lFastResult, lPlainResult;
-        std::vector<std::string> lFastReports, lPlainReports;
+        bool lFastResult = false;
+        bool lPlainResult = false;
+        std::vector<std::string> lFastReports;
+        std::vector<std::string> lPlainReports;
         {
             moxtest::ReportCapture lReports;
             lFastResult = lFast->SplitPoints(lType);

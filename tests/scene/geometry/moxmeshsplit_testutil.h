@@ -13,6 +13,7 @@
 #include "moxsdk/scene/moxblendshape.h"
 #include "moxsdk/scene/moxblendshapechannel.h"
 #include "moxsdk/scene/moxcluster.h"
+#include "moxsdk/scene/moxnode.h"
 #include "moxsdk/scene/moxshape.h"
 #include "moxsdk/scene/moxskin.h"
 #include "scene/geometry/oracle/moxmeshsplit_oracle.h"
@@ -64,6 +65,7 @@ template <class T>
 inline std::vector<T> Values(const MoxLayerElementArrayTemplate<T>& pArray)
 {
     std::vector<T> lValues;
+    lValues.reserve(pArray.GetCount());
     for (int i = 0; i < pArray.GetCount(); ++i) lValues.push_back(pArray.GetAt(i));
     return lValues;
 }
@@ -84,6 +86,7 @@ inline ElementState<T> Capture(const MoxLayerElementTemplate<T>* pElement)
 inline std::vector<MoxVector4> Points(const MoxGeometryBase& pGeometry)
 {
     std::vector<MoxVector4> lPoints;
+    lPoints.reserve(pGeometry.GetControlPointsCount());
     for (int i = 0; i < pGeometry.GetControlPointsCount(); ++i) lPoints.push_back(pGeometry.GetControlPointAt(i));
     return lPoints;
 }
@@ -268,6 +271,7 @@ inline MoxVector2 UV(int pK)
 inline std::vector<MoxVector4> Normals(int pCount)
 {
     std::vector<MoxVector4> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(N(k));
     return lValues;
 }
@@ -275,6 +279,7 @@ inline std::vector<MoxVector4> Normals(int pCount)
 inline std::vector<MoxVector2> UVs(int pCount)
 {
     std::vector<MoxVector2> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(UV(k));
     return lValues;
 }
@@ -282,6 +287,7 @@ inline std::vector<MoxVector2> UVs(int pCount)
 inline std::vector<int> Iota(int pCount, int pFirst = 0)
 {
     std::vector<int> lValues;
+    lValues.reserve(pCount);
     for (int k = 0; k < pCount; ++k) lValues.push_back(pFirst + k);
     return lValues;
 }
@@ -341,6 +347,7 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         const int lNormalKind = lInt(0, 6);
         const int lDirectCount = lInt(0, std::max(n, lVertexCount) + 2);
         std::vector<int> lIndex;
+        lIndex.reserve(std::max(n, lVertexCount) + 1);  // the most the loop can add, without a draw
         for (int i = 0; i < std::max(n, lVertexCount) + lInt(-2, 1); ++i) lIndex.push_back(lInt(-1, lDirectCount));
         switch (lNormalKind) {
             case 1:
@@ -370,6 +377,7 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         const int lUVKind = lInt(0, 3);
         const int lUVCount = lInt(0, lVertexCount + 2);
         std::vector<int> lUVIndex;
+        lUVIndex.reserve(lVertexCount);  // the most the loop can add, without a draw
         for (int i = 0; i < lVertexCount + lInt(-2, 0); ++i) lUVIndex.push_back(lInt(-1, lUVCount));
         if (lUVKind == 1)
             SetUVs(pMesh, pType, MoxLayerElement::eByPolygonVertex, MoxLayerElement::eIndexToDirect, UVs(lUVCount),
@@ -391,8 +399,9 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         for (int p = 0; p < pMesh.GetPolygonCount(); ++p) {
             const int lSize = pMesh.GetPolygonSize(p);
             for (int i = 0; i < lSize; ++i) {
-                const int lA = pMesh.GetPolygonVertex(p, i), lB = pMesh.GetPolygonVertex(p, (i + 1) % lSize);
-                lSides.push_back({std::min(lA, lB), std::max(lA, lB)});
+                const int lA = pMesh.GetPolygonVertex(p, i);
+                const int lB = pMesh.GetPolygonVertex(p, (i + 1) % lSize);
+                lSides.emplace_back(std::min(lA, lB), std::max(lA, lB));
             }
         }
         for (int e = 0; e < pMesh.mEdgeArray.GetCount(); ++e) {
@@ -418,14 +427,17 @@ inline void AddRandomContent(moxtest::ManagerScope& pScope, MoxMesh& pMesh, std:
         pMesh.AddDeformer(lSkin);
         for (int k = lInt(0, 3); k > 0; --k) {
             std::vector<std::pair<int, double>> lPairs;
-            for (int i = lInt(0, 8); i > 0; --i) lPairs.push_back({lInt(-1, n + 1), lInt(0, 8) / 8.0});
+            for (int i = lInt(0, 8); i > 0; --i) {
+                const int lPoint = lInt(-1, n + 1);  // drawn before the weight, as the scenarios always were
+                lPairs.emplace_back(lPoint, lInt(0, 8) / 8.0);
+            }
             AddCluster(pScope, *lSkin, lPairs);
         }
     }
     MoxBlendShape* lBlend = nullptr;
     for (int s = lInt(0, 3); s > 0; --s) {
         std::vector<MoxVector4> lPoints;
-        for (int i = lInt(0, n + 3); i > 0; --i) lPoints.push_back(MoxVector4(lInt(0, 9), lInt(0, 9), s, 1));
+        for (int i = lInt(0, n + 3); i > 0; --i) lPoints.emplace_back(lInt(0, 9), lInt(0, 9), s, 1);
         MoxShape* lShape = AddShape(pScope, pMesh, lBlend, lPoints);
         const int lNormalKind = lInt(0, 2);
         if (lNormalKind >= 1) lShape->InitNormals(lNormalKind == 2 ? int(lPoints.size()) + 1 : 0);

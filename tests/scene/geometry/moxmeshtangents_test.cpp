@@ -77,6 +77,7 @@ std::vector<MoxVector4> Binormals(const MoxMesh& pMesh, int pLayer = 0)
 
 bool SameBits(const MoxVector4& pA, const MoxVector4& pB)
 {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are compared on purpose
     return std::memcmp(pA.mData, pB.mData, sizeof(pA.mData)) == 0;
 }
 
@@ -140,20 +141,20 @@ public:
     }
 
 private:
-    bool ReadCorner(int p, int j, MoxVector4& pPosition, MoxVector4& pNormal, MoxVector2& pUV)
+    bool ReadCorner(int pPolygon, int pCorner, MoxVector4& pPosition, MoxVector4& pNormal, MoxVector2& pUV)
     {
-        const int lControlPoint = mMesh.GetPolygonVertex(p, j);
+        const int lControlPoint = mMesh.GetPolygonVertex(pPolygon, pCorner);
         if (lControlPoint < 0) {
             _MoxAssert(sgMeshFile, sgWorker, __LINE__, "pv >= 0");
             return false;
         }
         pPosition = mMesh.GetControlPointAt(lControlPoint);
         pNormal = MoxVector4();
-        mMesh.GetPolygonVertexNormal(p, j, pNormal);
-        mMesh.GetPolygonVertexLayerElementIndex(mUVSet, p, j, mUVIndex);
+        mMesh.GetPolygonVertexNormal(pPolygon, pCorner, pNormal);
+        mMesh.GetPolygonVertexLayerElementIndex(mUVSet, pPolygon, pCorner, mUVIndex);
         pUV = MoxVector2();
         bool lUnmapped = false;
-        mMesh.GetPolygonVertexUV(p, j, mUVSet->GetName(), pUV, lUnmapped);
+        mMesh.GetPolygonVertexUV(pPolygon, pCorner, mUVSet->GetName(), pUV, lUnmapped);
         if (lUnmapped) pUV = MoxVector2();
         return true;
     }
@@ -166,11 +167,12 @@ private:
 
     bool TrianglePass()
     {
-        std::vector<MoxVector4> lRawTangents(mMesh.GetPolygonVertexCount()),
-            lRawBinormals(mMesh.GetPolygonVertexCount());
+        std::vector<MoxVector4> lRawTangents(mMesh.GetPolygonVertexCount());
+        std::vector<MoxVector4> lRawBinormals(mMesh.GetPolygonVertexCount());
         int k = 0;
         for (int p = 0; p < mMesh.GetPolygonCount(); ++p) {
-            MoxVector4 lPositions[3], lNormals[3];
+            MoxVector4 lPositions[3];
+            MoxVector4 lNormals[3];
             MoxVector2 lUVs[3];
             OracleRecord lRecords[3];
             for (int j = 0; j < 3; ++j) {
@@ -182,7 +184,8 @@ private:
                 lRecords[j].mControlPoint = mMesh.mPolygonVertices[k];
                 ++k;
             }
-            MoxVector4 lLocalTangents[3], lLocalBinormals[3];
+            MoxVector4 lLocalTangents[3];
+            MoxVector4 lLocalBinormals[3];
             const bool lInRaw = k <= mMesh.GetPolygonVertexCount();
             MoxVector4* lTangents = lInRaw ? &lRawTangents[k - 3] : lLocalTangents;
             MoxVector4* lBinormals = lInRaw ? &lRawBinormals[k - 3] : lLocalBinormals;
@@ -205,7 +208,10 @@ private:
             const int n = mMesh.GetPolygonSize(p) > 0 ? mMesh.GetPolygonSize(p) : 0;
             for (int t = 0; t < n - 2; ++t) {
                 const int lCorners[3] = {0, t + 1, t + 2};
-                MoxVector4 lPositions[3], lNormals[3], lTangents[3], lBinormals[3];
+                MoxVector4 lPositions[3];
+                MoxVector4 lNormals[3];
+                MoxVector4 lTangents[3];
+                MoxVector4 lBinormals[3];
                 MoxVector2 lUVs[3];
                 int lUVIndices[3];
                 for (int c = 0; c < 3; ++c) {
@@ -233,16 +239,16 @@ private:
         return true;
     }
 
-    static void Weld(std::vector<OracleRecord>& L, bool pIgnoreHandedness, VectorArray* pTangents,
+    static void Weld(std::vector<OracleRecord>& pRecords, bool pIgnoreHandedness, VectorArray* pTangents,
                      VectorArray* pBinormals)
     {
-        const int m = static_cast<int>(L.size());
+        const int m = static_cast<int>(pRecords.size());
         int g = 0;
         for (int i = 0; i < m; ++i) {
-            OracleRecord& a = L[i];
+            OracleRecord& a = pRecords[i];
             if (a.mGroup == -1) a.mGroup = g;
             for (int j = i + 1; j < m; ++j) {
-                OracleRecord& b = L[j];
+                OracleRecord& b = pRecords[j];
                 if (MoxEqual(a.mNormal, b.mNormal, 1e-06) && a.mUVIndex == b.mUVIndex &&
                     (a.mTangent[3] == b.mTangent[3] || pIgnoreHandedness))
                     b.mGroup = a.mGroup;
@@ -250,22 +256,24 @@ private:
             }
         }
         for (int i = 0; i < m; ++i) {
-            OracleRecord& d = L[i];
+            OracleRecord& d = pRecords[i];
             if (!d.mPending) continue;
-            MoxVector4 T = d.mTangent, B = d.mBinormal;
+            MoxVector4 lTangent = d.mTangent;
+            MoxVector4 lBinormal = d.mBinormal;
             for (int j = i + 1; j < m; ++j) {
-                if (L[j].mGroup != d.mGroup) continue;
-                T += L[j].mTangent;
-                B += L[j].mBinormal;
-                L[j].mPending = false;
+                if (pRecords[j].mGroup != d.mGroup) continue;
+                lTangent += pRecords[j].mTangent;
+                lBinormal += pRecords[j].mBinormal;
+                pRecords[j].mPending = false;
             }
-            T = Finished(T);
-            B = Finished(B);
+            lTangent = Finished(lTangent);
+            lBinormal = Finished(lBinormal);
             for (int j = i; j < m; ++j) {
-                if (j > i && L[j].mGroup != d.mGroup) continue;
-                if (pTangents && L[j].mPolygonVertex < pTangents->GetCount()) pTangents->SetAt(L[j].mPolygonVertex, T);
-                if (pBinormals && L[j].mPolygonVertex < pBinormals->GetCount())
-                    pBinormals->SetAt(L[j].mPolygonVertex, B);
+                if (j > i && pRecords[j].mGroup != d.mGroup) continue;
+                if (pTangents && pRecords[j].mPolygonVertex < pTangents->GetCount())
+                    pTangents->SetAt(pRecords[j].mPolygonVertex, lTangent);
+                if (pBinormals && pRecords[j].mPolygonVertex < pBinormals->GetCount())
+                    pBinormals->SetAt(pRecords[j].mPolygonVertex, lBinormal);
             }
         }
     }
@@ -399,7 +407,7 @@ void AddRandomUVSet(MoxMesh& pMesh, std::mt19937& pRandom, int pLayer, MoxLayerE
     auto lPick = [&pRandom](int pCount) { return std::uniform_int_distribution<int>(0, pCount - 1)(pRandom); };
     static const char* const sgNames[] = {"", "map1", "map2"};
     std::vector<MoxVector2> lValues;
-    for (int i = 0, n = 1 + lPick(8); i < n; ++i) lValues.push_back(MoxVector2(lPick(5) * 0.25, lPick(5) * 0.25));
+    for (int i = 0, n = 1 + lPick(8); i < n; ++i) lValues.emplace_back(lPick(5) * 0.25, lPick(5) * 0.25);
     const int lVertexCount = pMesh.GetPolygonVertexCount();
     std::vector<int> lIndices;
     const int lMode = lPick(8);
@@ -535,7 +543,8 @@ Outcome Capture(const MoxMesh& pMesh, bool pResult, const moxtest::ReportCapture
 // before the call is still well-formed after it.
 void CompareCall(MoxMesh& pMesh, MoxMesh& pOracleMesh, const Scenario& pScenario, const std::string& pWhat)
 {
-    Outcome lLibrary, lOracle;
+    Outcome lLibrary;
+    Outcome lOracle;
     const bool lWellFormed = pMesh.IsWellFormed();
     {
         moxtest::ReportCapture lReports;
@@ -596,12 +605,11 @@ void MakeApexFan(MoxMesh& pMesh, int pCount, NORMAL pApexNormal, UV pApexUV)
     std::vector<MoxVector4> lNormals;
     std::vector<MoxVector2> lUVValues;
     std::vector<int> lUVIndices;
-    for (int i = 0; i <= pCount + 1; ++i)
-        lUVValues.push_back(MoxVector2(lPoints[i].mX, lPoints[i].mY * (i % 5 ? 1 : -1)));
+    for (int i = 0; i <= pCount + 1; ++i) lUVValues.emplace_back(lPoints[i].mX, lPoints[i].mY * (i % 5 ? 1 : -1));
     for (int t = 0; t < pCount; ++t) {
         lNormals.push_back(pApexNormal(t));
-        lNormals.push_back(MoxVector4(0, 0, 1));
-        lNormals.push_back(MoxVector4(0, 0, 1));
+        lNormals.emplace_back(0, 0, 1);
+        lNormals.emplace_back(0, 0, 1);
         lUVIndices.push_back(pApexUV(t));
         lUVIndices.push_back(t + 1);
         lUVIndices.push_back(t + 2);
@@ -645,8 +653,10 @@ void CompareFanWithOracle(int pCount, unsigned pSeed, bool pIgnoreHandedness)
     ASSERT_TRUE(lMeshes[0]->GenerateTangentsDataForAllUVSets(true, pIgnoreHandedness));
     EXPECT_TRUE(lMeshes[0]->IsWellFormed());
     ASSERT_TRUE(OracleForAllUVSets(*lMeshes[1], true, pIgnoreHandedness));
-    const std::vector<MoxVector4> lTangents = Tangents(*lMeshes[0]), lOracleTangents = Tangents(*lMeshes[1]);
-    const std::vector<MoxVector4> lBinormals = Binormals(*lMeshes[0]), lOracleBinormals = Binormals(*lMeshes[1]);
+    const std::vector<MoxVector4> lTangents = Tangents(*lMeshes[0]);
+    const std::vector<MoxVector4> lOracleTangents = Tangents(*lMeshes[1]);
+    const std::vector<MoxVector4> lBinormals = Binormals(*lMeshes[0]);
+    const std::vector<MoxVector4> lOracleBinormals = Binormals(*lMeshes[1]);
     ASSERT_EQ(lTangents.size(), lOracleTangents.size());
     for (size_t i = 0; i < lTangents.size(); ++i) {
         ASSERT_TRUE(SameBits(lTangents[i], lOracleTangents[i])) << pSeed << " " << i;
@@ -674,7 +684,8 @@ TEST(MoxMeshTangents, UnitSquareGetsAxisFrameAtEveryCorner)
     SetUniformNormals(*lMesh, MoxVector4(0, 0, 1));
     AddUVSet(*lMesh, {{0, 0}, {1, 0}, {1, 1}, {0, 1}}, {0, 1, 2, 3}, "map");
     ASSERT_TRUE(lMesh->GenerateTangentsData("map"));
-    const std::vector<MoxVector4> lTangents = Tangents(*lMesh), lBinormals = Binormals(*lMesh);
+    const std::vector<MoxVector4> lTangents = Tangents(*lMesh);
+    const std::vector<MoxVector4> lBinormals = Binormals(*lMesh);
     ASSERT_EQ(lTangents.size(), 4u);
     ASSERT_EQ(lBinormals.size(), 4u);
     for (int i = 0; i < 4; ++i) {
@@ -705,7 +716,8 @@ TEST(MoxMeshTangents, MirroredQuadsKeepTwoTangentsAtSharedPoints)
     MoxMesh* lMesh = lScope.NewMesh();
     MakeMirroredQuads(*lMesh);
     ASSERT_TRUE(lMesh->GenerateTangentsData(0));
-    const std::vector<MoxVector4> lTangents = Tangents(*lMesh), lBinormals = Binormals(*lMesh);
+    const std::vector<MoxVector4> lTangents = Tangents(*lMesh);
+    const std::vector<MoxVector4> lBinormals = Binormals(*lMesh);
     for (int i = 0; i < 4; ++i) ExpectVector(lTangents[i], 1, 0, 0, 1);
     for (int i = 4; i < 8; ++i) ExpectVector(lTangents[i], -1, 0, 0, -1);
     for (int i = 0; i < 8; ++i) ExpectVector(lBinormals[i], 0, 1, 0, 1);
@@ -717,7 +729,8 @@ TEST(MoxMeshTangents, MirroredQuadsIgnoringHandednessAverageToZeroSumWithPlusOne
     MoxMesh* lMesh = lScope.NewMesh();
     MakeMirroredQuads(*lMesh);
     ASSERT_TRUE(lMesh->GenerateTangentsData(0, true, true));
-    const std::vector<MoxVector4> lTangents = Tangents(*lMesh), lBinormals = Binormals(*lMesh);
+    const std::vector<MoxVector4> lTangents = Tangents(*lMesh);
+    const std::vector<MoxVector4> lBinormals = Binormals(*lMesh);
     // Polygon vertices 1, 2 (quad A) and 4, 7 (quad B) sit on the shared points 1 and 4: (1,0,0,1) and
     // (-1,0,0,-1) sum to zero, which Normalize leaves as it is, and a summed w of 0 counts as +1.0.
     for (int i : {1, 2, 4, 7}) ExpectVector(lTangents[i], 0, 0, 0, 1);
@@ -801,7 +814,8 @@ TEST(MoxMeshTangents, TriangleMeshGivesOneRecordPerCorner)
     const MoxVector4 lN[3] = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
     const TriangleFrames lA = FramesOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, lN, {lUVs[0], lUVs[1], lUVs[2]});
     const TriangleFrames lB = FramesOf({{0, 1, 0}, {1, 0, 0}, {1, 1, 0}}, lN, {lUVs[2], lUVs[1], lUVs[3]});
-    const std::vector<MoxVector4> lTangents = Tangents(*lMesh), lBinormals = Binormals(*lMesh);
+    const std::vector<MoxVector4> lTangents = Tangents(*lMesh);
+    const std::vector<MoxVector4> lBinormals = Binormals(*lMesh);
     EXPECT_TRUE(SameBits(lTangents[0], Finished(lA.mTangents[0])));
     EXPECT_TRUE(SameBits(lTangents[1], Finished(lA.mTangents[1] + lB.mTangents[1])));
     EXPECT_TRUE(SameBits(lTangents[4], lTangents[1]));
@@ -821,6 +835,7 @@ TEST_P(SmallPolygonTest, RunningIndexMovesByTwo)
     moxtest::ManagerScope lScope;
     MoxMesh* lMesh = lScope.NewMesh();
     std::vector<int> lSmall;
+    lSmall.reserve(lSize);
     for (int i = 0; i < lSize; ++i) lSmall.push_back(i);
     moxtest::BuildMesh(*lMesh, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, {lSmall, {1, 3, 2}});
     lMesh->mPolygonVertices.Compact();
@@ -1044,7 +1059,8 @@ TEST(MoxMeshTangents, UnmappedUVReadsAsZero)
     ASSERT_TRUE(lUnmapped->GenerateTangentsData(0));
     ASSERT_TRUE(lZero->GenerateTangentsData(0));
     EXPECT_EQ(lReports.Count(), 0u);
-    const std::vector<MoxVector4> lA = Tangents(*lUnmapped), lB = Tangents(*lZero);
+    const std::vector<MoxVector4> lA = Tangents(*lUnmapped);
+    const std::vector<MoxVector4> lB = Tangents(*lZero);
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(SameBits(lA[i], lB[i])) << i;
 }
 
@@ -1076,7 +1092,8 @@ TEST(MoxMeshTangents, FailedNormalLookupReadsAsZero)
         }
     }
     ASSERT_TRUE(lZero->GenerateTangentsData(0));
-    const std::vector<MoxVector4> lA = Tangents(*lFailing), lB = Tangents(*lZero);
+    const std::vector<MoxVector4> lA = Tangents(*lFailing);
+    const std::vector<MoxVector4> lB = Tangents(*lZero);
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(SameBits(lA[i], lB[i])) << i;
 }
 
@@ -1141,13 +1158,14 @@ TEST(MoxMeshTangents, UVSeamKeepsEachSideItsOwnTangent)
     ASSERT_TRUE(lSeamed->GenerateTangentsData(0));
     ASSERT_TRUE(lJoined->GenerateTangentsData(0));
     const MoxVector4 lN[3] = {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}};
-    const MoxVector4* P = sgStripPoints;
+    const MoxVector4* lP = sgStripPoints;
     // Left triangle 0 (0, 1, 4) gives points 1 and 4 their left frames; right triangle 0 (1, 2, 5) gives point
     // 1 its right frame and right triangle 1 (1, 5, 4) point 4.
-    const TriangleFrames lLeft = FramesOf({P[0], P[1], P[4]}, lN, {{0, 0}, {1, 0}, {1, 1}});
-    const TriangleFrames lRight0 = FramesOf({P[1], P[2], P[5]}, lN, {{1, 0}, {2, 0}, {2, 1}});
-    const TriangleFrames lRight1 = FramesOf({P[1], P[5], P[4]}, lN, {{1, 0}, {2, 1}, {1, 1}});
-    const std::vector<MoxVector4> lSeamedTangents = Tangents(*lSeamed), lJoinedTangents = Tangents(*lJoined);
+    const TriangleFrames lLeft = FramesOf({lP[0], lP[1], lP[4]}, lN, {{0, 0}, {1, 0}, {1, 1}});
+    const TriangleFrames lRight0 = FramesOf({lP[1], lP[2], lP[5]}, lN, {{1, 0}, {2, 0}, {2, 1}});
+    const TriangleFrames lRight1 = FramesOf({lP[1], lP[5], lP[4]}, lN, {{1, 0}, {2, 1}, {1, 1}});
+    const std::vector<MoxVector4> lSeamedTangents = Tangents(*lSeamed);
+    const std::vector<MoxVector4> lJoinedTangents = Tangents(*lJoined);
     EXPECT_TRUE(SameBits(lSeamedTangents[1], Finished(lLeft.mTangents[1])));
     EXPECT_TRUE(SameBits(lSeamedTangents[4], Finished(lRight0.mTangents[0])));
     EXPECT_TRUE(SameBits(lSeamedTangents[2], Finished(lLeft.mTangents[2])));
@@ -1169,7 +1187,8 @@ TEST(MoxMeshTangents, HardEdgeKeepsEachSideItsOwnTangent)
     moxtest::BuildMesh(*lMesh, {{0, 0, 0}, {1, 0, 1}, {2, 0, 0}, {0, 1, 0}, {1, 1, 1}, {2, 1, 0}},
                        {{0, 1, 4, 3}, {1, 2, 5, 4}});
     const double s = std::sqrt(0.5);
-    const MoxVector4 lLeft(-s, 0, s), lRight(s, 0, s);
+    const MoxVector4 lLeft(-s, 0, s);
+    const MoxVector4 lRight(s, 0, s);
     SetCornerNormals(*lMesh, {lLeft, lLeft, lLeft, lLeft, lRight, lRight, lRight, lRight});
     AddUVSet(*lMesh, {{0, 0}, {1, 0}, {2, 0}, {0, 1}, {1, 1}, {2, 1}}, {0, 1, 4, 3, 1, 2, 5, 4});
     ASSERT_TRUE(lMesh->GenerateTangentsData(0));
@@ -1202,7 +1221,8 @@ TEST(MoxMeshTangents, NonPlanarQuadTakesFanTriangleFrames)
         FramesOf({lP[0], lP[1], lP[2]}, {lNormals[0], lNormals[1], lNormals[2]}, {lUV[0], lUV[1], lUV[2]});
     const TriangleFrames lSecond =
         FramesOf({lP[0], lP[2], lP[3]}, {lNormals[0], lNormals[2], lNormals[3]}, {lUV[0], lUV[2], lUV[3]});
-    const std::vector<MoxVector4> lTangents = Tangents(*lMesh), lBinormals = Binormals(*lMesh);
+    const std::vector<MoxVector4> lTangents = Tangents(*lMesh);
+    const std::vector<MoxVector4> lBinormals = Binormals(*lMesh);
     for (int c = 0; c < 3; ++c) {
         EXPECT_TRUE(SameBits(lTangents[c], Finished(lFirst.mTangents[c]))) << c;
         EXPECT_TRUE(SameBits(lBinormals[c], Finished(lFirst.mBinormals[c]))) << c;
@@ -1231,9 +1251,10 @@ TEST(MoxMeshTangents, RandomTriangleMeshesGiveUnitPerpendicularTangentsWithUVHan
         if (lCount == 0) continue;
         // Random UVs per corner (shared per control point half of the time), face normals per corner.
         std::vector<MoxVector2> lUVValues;
+        lUVValues.reserve(lMesh->GetControlPointsCount());
         for (int i = 0; i < lMesh->GetControlPointsCount(); ++i)
-            lUVValues.push_back(MoxVector2(std::uniform_real_distribution<double>(-1, 1)(lRandom),
-                                           std::uniform_real_distribution<double>(-1, 1)(lRandom)));
+            lUVValues.emplace_back(std::uniform_real_distribution<double>(-1, 1)(lRandom),
+                                   std::uniform_real_distribution<double>(-1, 1)(lRandom));
         std::vector<int> lUVIndices;
         std::vector<MoxVector4> lNormals;
         std::vector<double> lUVAreas;
@@ -1245,8 +1266,8 @@ TEST(MoxMeshTangents, RandomTriangleMeshesGiveUnitPerpendicularTangentsWithUVHan
                 const int lPoint = lMesh->GetPolygonVertex(p, j);
                 lPoints[j] = lMesh->GetControlPointAt(lPoint);
                 if (!lShared) {
-                    lUVValues.push_back(MoxVector2(std::uniform_real_distribution<double>(-1, 1)(lRandom),
-                                                   std::uniform_real_distribution<double>(-1, 1)(lRandom)));
+                    lUVValues.emplace_back(std::uniform_real_distribution<double>(-1, 1)(lRandom),
+                                           std::uniform_real_distribution<double>(-1, 1)(lRandom));
                 }
                 lUVIndices.push_back(lShared ? lPoint : static_cast<int>(lUVValues.size()) - 1);
                 lUVs[j] = lUVValues[lUVIndices.back()];
@@ -1261,7 +1282,8 @@ TEST(MoxMeshTangents, RandomTriangleMeshesGiveUnitPerpendicularTangentsWithUVHan
         SetCornerNormals(*lMesh, lNormals);
         AddUVSet(*lMesh, lUVValues, lUVIndices);
         ASSERT_TRUE(lMesh->GenerateTangentsData(0, true));
-        const std::vector<MoxVector4> lTangents = Tangents(*lMesh), lBinormals = Binormals(*lMesh);
+        const std::vector<MoxVector4> lTangents = Tangents(*lMesh);
+        const std::vector<MoxVector4> lBinormals = Binormals(*lMesh);
         ASSERT_EQ(static_cast<int>(lTangents.size()), lCount);
         for (int i = 0; i < lCount; ++i) {
             // Corners weld only with equal UV index and normals within 1e-06: the result stays perpendicular to

@@ -111,10 +111,10 @@ TEST(MoxTangentBasis, TangentAlongTheNormalBecomesZero)
     const MoxVector4 lPositions[3] = {{0, 0, 0}, {0, 0, 1}, {0, 0, 2}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
     const Frames lFrames = Compute(lPositions, sgUpNormals, lUVs);
-    for (int k = 0; k < 3; ++k) {
-        EXPECT_EQ(lFrames.mTangents[k][0], 0.0);
-        EXPECT_EQ(lFrames.mTangents[k][1], 0.0);
-        EXPECT_EQ(lFrames.mTangents[k][2], 0.0);
+    for (const auto& lTangent : lFrames.mTangents) {
+        EXPECT_EQ(lTangent[0], 0.0);
+        EXPECT_EQ(lTangent[1], 0.0);
+        EXPECT_EQ(lTangent[2], 0.0);
     }
 }
 
@@ -124,7 +124,7 @@ TEST(MoxTangentBasis, ZeroHandednessSumCountsAsRightHanded)
     const MoxVector4 lNormals[3] = {{0, 0, 1}, {0, 0, -1}, {0, 1, 0}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1}};
     const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
-    for (int k = 0; k < 3; ++k) ExpectVector(lFrames.mTangents[k], 1, 0, 0, 1);
+    for (const auto& lTangent : lFrames.mTangents) ExpectVector(lTangent, 1, 0, 0, 1);
     ExpectVector(lFrames.mBinormals[0], 0, 1, 0, 0);
     ExpectVector(lFrames.mBinormals[1], 0, -1, 0, 0);
     ExpectVector(lFrames.mBinormals[2], 0, 0, -1, 0);
@@ -137,7 +137,7 @@ TEST(MoxTangentBasis, NaNHandednessGivesMinusOneButKeepsBinormals)
     const MoxVector4 lNormals[3] = {{0, 0, 1e305}, {0, 0, -1e305}, {0, 0, 1}};
     const MoxVector2 lUVs[3] = {{0, 0}, {1, 0}, {0, 1e-5}};
     const Frames lFrames = Compute(sgRightTriangle, lNormals, lUVs);
-    for (int k = 0; k < 3; ++k) ExpectVector(lFrames.mTangents[k], 1, 0, 0, -1);
+    for (const auto& lTangent : lFrames.mTangents) ExpectVector(lTangent, 1, 0, 0, -1);
     // Corner 2: N x T = (0, 1, 0), not negated. Corners 0 and 1: N x T, whose length overflows, normalised to
     // zeros that keep the signs the cross product gave them.
     ExpectVector(lFrames.mBinormals[2], 0, 1, 0, 0);
@@ -231,6 +231,7 @@ bool SameValues(const MoxVector4& pA, const MoxVector4& pB)
 {
     for (int i = 0; i < 4; ++i) {
         const bool lBothNaN = std::isnan(pA[i]) && std::isnan(pB[i]);
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are compared on purpose
         if (!lBothNaN && std::memcmp(&pA.mData[i], &pB.mData[i], sizeof(double)) != 0) return false;
     }
     return true;
@@ -271,7 +272,8 @@ RandomTriangle MakeRandomTriangle(std::mt19937& pRandom, bool pSpecial)
 void ExpectLiteralFrames(const MoxVector4* pTangents, const MoxVector4* pBinormals, const RandomTriangle& pTriangle,
                          const std::string& pWhat)
 {
-    MoxVector4 lExpectedTangents[3], lExpectedBinormals[3];
+    MoxVector4 lExpectedTangents[3];
+    MoxVector4 lExpectedBinormals[3];
     LiteralFrames(lExpectedTangents, lExpectedBinormals, pTriangle.mPositions, pTriangle.mNormals, pTriangle.mUVs);
     for (int k = 0; k < 3; ++k) {
         ASSERT_TRUE(SameValues(pTangents[k], lExpectedTangents[k])) << pWhat << " corner " << k;
@@ -288,7 +290,8 @@ TEST(MoxTangentBasis, MatchesLiteralStepsBitForBit)
         RandomTriangle lTriangle = MakeRandomTriangle(lRandom, lCase % 4 == 0);
         if (lCase % 3 == 0) lTriangle.mNormals[1] = lTriangle.mNormals[2] = lTriangle.mNormals[0];
         // Whatever the caller's arrays hold beforehand does not reach the result.
-        MoxVector4 lTangents[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}}, lBinormals[3];
+        MoxVector4 lTangents[3] = {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}};
+        MoxVector4 lBinormals[3];
         ComputeTangentsForTriangle(lTangents, lBinormals, lTriangle.mPositions, lTriangle.mNormals, lTriangle.mUVs);
         ExpectLiteralFrames(lTangents, lBinormals, lTriangle, std::to_string(lCase));
         if (HasFatalFailure()) return;

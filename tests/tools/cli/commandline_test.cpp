@@ -26,6 +26,7 @@ RunResult Moxmesh(std::vector<std::string> pArguments)
 {
     pArguments.insert(pArguments.begin(), "moxmesh");
     std::vector<const char*> lArguments;
+    lArguments.reserve(pArguments.size());
     for (const std::string& lArgument : pArguments) lArguments.push_back(lArgument.c_str());
     std::ostringstream lOut;
     std::ostringstream lErr;

@@ -91,10 +91,10 @@ TEST(MeshReader, InvalidSamplesFailCleanly)
                                        "empty.off",        "empty.ply",     "empty.raw", "empty.smd",     "empty.x",
                                        "emptyIrrMesh.xml", "malformed.obj", "readme.txt"};
 #ifndef MOX_SANITIZED
-    lNames.push_back("OutOfMemory.off");  // see tests/tools/CMakeLists.txt for the sanitizer build
+    lNames.emplace_back("OutOfMemory.off");  // see tests/tools/CMakeLists.txt for the sanitizer build
 #endif
     for (const std::string& lName : lNames) {
-        const std::string lPath = lDirectory + "/" + lName;
+        const std::string lPath = std::string(lDirectory).append("/").append(lName);
         const std::string lError = ErrorOf(lPath);
         EXPECT_EQ(lError.rfind(lPath + ": ", 0), 0u) << lName << ": " << lError;
         EXPECT_EQ(lError.find('\n'), std::string::npos) << lName;

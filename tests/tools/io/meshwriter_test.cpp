@@ -113,9 +113,9 @@ void ExpectUnitNormals(moxsdk::MoxMesh& pMesh)
 
 TEST(MeshWriter, FormatFollowsTheExtension)
 {
-    EXPECT_EQ(OutputFormatOf("a/b.OBJ"), OutputFormat::eObj);
-    EXPECT_EQ(OutputFormatOf("b.gltf"), OutputFormat::eGltf);
-    EXPECT_EQ(OutputFormatOf("b.Glb"), OutputFormat::eGlb);
+    EXPECT_EQ(OutputFormatOf("a/b.OBJ"), EOutputFormat::eObj);
+    EXPECT_EQ(OutputFormatOf("b.gltf"), EOutputFormat::eGltf);
+    EXPECT_EQ(OutputFormatOf("b.Glb"), EOutputFormat::eGlb);
     try {
         OutputFormatOf("out.xyz");
         FAIL() << "accepted";

@@ -49,6 +49,7 @@ void ExpectSameBits(const MeshArray<double>& pActual, const MeshArray<double>& p
 {
     ASSERT_EQ(pActual.size(), pExpected.size()) << pText;
     for (size_t i = 0; i < pActual.size(); ++i)
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are compared on purpose
         EXPECT_EQ(std::memcmp(&pActual[i], &pExpected[i], sizeof(double)), 0)
             << pText << ": value " << i << " is " << pActual[i] << ", tinyobjloader reads " << pExpected[i];
 }
@@ -219,11 +220,10 @@ TEST(ObjText, RandomTextsReadAsTinyObjLoaderReadsThem)
             for (int k = 0; k < lSize; ++k) {
                 const std::string lPoint = std::to_string(1 + lRandom() % lPoints);
                 const std::string lNormal = std::to_string(1 + lRandom() % 2);
-                lText += " " + lPoint +
-                         (lForm == 1   ? "/" + lPoint
-                          : lForm == 2 ? "//" + lNormal
-                          : lForm == 3 ? "/" + lPoint + "/" + lNormal
-                                       : "");
+                lText.append(" ").append(lPoint);
+                if (lForm == 1) lText.append("/").append(lPoint);
+                if (lForm == 2) lText.append("//").append(lNormal);
+                if (lForm == 3) lText.append("/").append(lPoint).append("/").append(lNormal);
             }
             lText += "\n";
         }

@@ -63,8 +63,8 @@ TEST(DemoModel, SideSeamGivesOnePointTwoUVs)
     const int lStartUV = lData.mUVSets[0].mIndices[0];
     EXPECT_EQ(lData.mPolygonVertices[0], 0);
     EXPECT_NE(lSeamUV, lStartUV);
-    EXPECT_DOUBLE_EQ(lData.mUVSets[0].mValues[2 * lStartUV], 1.0);
-    EXPECT_DOUBLE_EQ(lData.mUVSets[0].mValues[2 * lSeamUV], 0.0);
+    EXPECT_DOUBLE_EQ(lData.mUVSets[0].mValues[2 * size_t(lStartUV)], 1.0);
+    EXPECT_DOUBLE_EQ(lData.mUVSets[0].mValues[2 * size_t(lSeamUV)], 0.0);
 }
 
 // Same handedness everywhere: the signed area of each polygon in UV space has the sign of its winding
@@ -77,8 +77,8 @@ TEST(DemoModel, UVsKeepOneHandedness)
         double lArea = 0.0;
         const int lSize = lData.mPolygonSizes[p];
         for (int k = 0; k < lSize; ++k) {
-            const int lA = lData.mUVSets[0].mIndices[lCorner + k];
-            const int lB = lData.mUVSets[0].mIndices[lCorner + (k + 1) % lSize];
+            const auto lA = static_cast<size_t>(lData.mUVSets[0].mIndices[lCorner + k]);
+            const auto lB = static_cast<size_t>(lData.mUVSets[0].mIndices[lCorner + (k + 1) % lSize]);
             const double* lUV = lData.mUVSets[0].mValues.data();
             lArea += lUV[2 * lA] * lUV[2 * lB + 1] - lUV[2 * lB] * lUV[2 * lA + 1];
         }

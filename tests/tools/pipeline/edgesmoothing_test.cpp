@@ -133,8 +133,8 @@ TEST(EdgeSmoothing, DecisionIsTheAnglesNearAndFarFromTheThreshold)
         }
         const std::vector<int> lValues = ClassifyEdges(lMap, 4000, lNormals, lThreshold);
         for (int i = 0; i < 4000; ++i) {
-            const MoxVector4& lA = lNormals[2 * i];
-            const MoxVector4& lB = lNormals[2 * i + 1];
+            const MoxVector4& lA = lNormals[2 * size_t(i)];
+            const MoxVector4& lB = lNormals[2 * size_t(i) + 1];
             const double lAngle = std::atan2(lA.CrossProduct(lB).Length(), lA.DotProduct(lB)) * 180.0 / lPi;
             ASSERT_EQ(lValues[i], lAngle <= lThreshold + 1e-9 ? 1 : 0) << lThreshold << " " << i;
         }

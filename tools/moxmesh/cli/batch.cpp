@@ -1,7 +1,6 @@
 #include "cli/batch.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -23,8 +23,6 @@
 #include "io/assimpreader.h"
 #include "io/meshreader.h"
 #include "io/toolerror.h"
-
-extern char** environ;
 
 namespace moxmeshtool {
 namespace {
@@ -84,17 +82,17 @@ bool IsUpToDate(const BatchItem& pItem, const std::map<std::string, std::string>
 std::vector<std::string> ProcessArguments(const BatchOptions& pOptions, const BatchItem& pItem)
 {
     std::vector<std::string> lArguments = {"moxmesh", "process", pItem.mInput, "-o", pItem.mOutput, "--normals"};
-    lArguments.push_back(pOptions.mNormals == NormalsMode::eKeep           ? "keep"
-                         : pOptions.mNormals == NormalsMode::eControlPoint ? "control-point"
-                                                                           : "polygon-vertex");
+    lArguments.emplace_back(pOptions.mNormals == ENormalsMode::eKeep           ? "keep"
+                            : pOptions.mNormals == ENormalsMode::eControlPoint ? "control-point"
+                                                                               : "polygon-vertex");
     if (pOptions.mSmoothAngle >= 0.0) {
         std::ostringstream lAngle;
         lAngle << std::setprecision(17) << pOptions.mSmoothAngle;
         lArguments.insert(lArguments.end(), {"--smooth-angle", lAngle.str()});
     }
-    if (pOptions.mTangents) lArguments.push_back("--tangents");
-    if (pOptions.mSplit) lArguments.push_back("--split");
-    if (pOptions.mClean) lArguments.push_back("--clean");
+    if (pOptions.mTangents) lArguments.emplace_back("--tangents");
+    if (pOptions.mSplit) lArguments.emplace_back("--split");
+    if (pOptions.mClean) lArguments.emplace_back("--clean");
     lArguments.insert(lArguments.end(), {"--report-json", "--quiet"});
     return lArguments;
 }
@@ -114,7 +112,7 @@ std::string ReadAll(int pFile)
     std::string lText;
     char lBuffer[65536];
     lseek(pFile, 0, SEEK_SET);
-    for (ssize_t lRead; (lRead = read(pFile, lBuffer, sizeof lBuffer)) > 0;)
+    for (ssize_t lRead = 0; (lRead = read(pFile, lBuffer, sizeof lBuffer)) > 0;)
         lText.append(lBuffer, static_cast<size_t>(lRead));
     return lText;
 }
@@ -139,6 +137,7 @@ Child Spawn(const std::string& pProgram, const std::vector<std::string>& pArgume
     lChild.mOut = TemporaryFile();
     lChild.mErr = TemporaryFile();
     std::vector<char*> lArgv;
+    lArgv.reserve(pArguments.size());
     for (const std::string& lArgument : pArguments) lArgv.push_back(const_cast<char*>(lArgument.c_str()));
     lArgv.push_back(nullptr);
     posix_spawn_file_actions_t lActions;

@@ -131,11 +131,11 @@ CLI::App* AddBatch(CLI::App& pApp, BatchOptions& pOptions, std::string& pNormals
     return lBatch;
 }
 
-NormalsMode NormalsModeOf(const std::string& pText)
+ENormalsMode NormalsModeOf(const std::string& pText)
 {
-    if (pText == "control-point") return NormalsMode::eControlPoint;
-    if (pText == "polygon-vertex") return NormalsMode::ePolygonVertex;
-    return NormalsMode::eKeep;
+    if (pText == "control-point") return ENormalsMode::eControlPoint;
+    if (pText == "polygon-vertex") return ENormalsMode::ePolygonVertex;
+    return ENormalsMode::eKeep;
 }
 
 // Runs pCommand, turning a failure into the one-line error and its exit status.

@@ -54,8 +54,8 @@ bool ProgressFromStart(const CommonOptions& pOptions)
 // the tangents need normals that the file lacks.
 void AddNormalSteps(const ProcessOptions& pOptions, MeshSlot& pMesh, std::ostream& pErr, std::vector<Step>& pSteps)
 {
-    if (pOptions.mNormals != NormalsMode::eKeep || pOptions.mSmoothAngle >= 0.0) {
-        const bool lByControlPoint = pOptions.mNormals == NormalsMode::eControlPoint;
+    if (pOptions.mNormals != ENormalsMode::eKeep || pOptions.mSmoothAngle >= 0.0) {
+        const bool lByControlPoint = pOptions.mNormals == ENormalsMode::eControlPoint;
         pSteps.push_back(
             {"GenerateNormals", [&pMesh, lByControlPoint] { return GenerateNormals(pMesh->Mesh(), lByControlPoint); }});
     } else if (pOptions.mTangents) {
@@ -76,7 +76,7 @@ std::string DescribeWrite(const WriteSummary& pWritten)
     const SceneSummary& lScene = pWritten.mScene;
     std::string lText =
         std::string(FormatName(pWritten.mFormat)) + ": " + CountOf(lScene.mPolygons, "polygon", "polygons");
-    if (pWritten.mFormat != OutputFormat::eObj) lText += " as " + CountOf(lScene.mTriangles, "triangle", "triangles");
+    if (pWritten.mFormat != EOutputFormat::eObj) lText += " as " + CountOf(lScene.mTriangles, "triangle", "triangles");
     lText += ", " + CountOf(static_cast<long long>(lScene.mVertices), "vertex", "vertices");
     if (lScene.mReplacedNormals > 0)
         lText += ", " +
@@ -153,7 +153,7 @@ ProcessReport RunProcessSteps(const ProcessOptions& pOptions, std::ostream& pErr
 
 std::string FindOptionConflict(const ProcessOptions& pOptions)
 {
-    if (pOptions.mSmoothAngle >= 0.0 && pOptions.mNormals == NormalsMode::eControlPoint)
+    if (pOptions.mSmoothAngle >= 0.0 && pOptions.mNormals == ENormalsMode::eControlPoint)
         return "--smooth-angle makes normals per polygon vertex: it cannot go with --normals control-point";
     return {};
 }

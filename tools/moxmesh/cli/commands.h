@@ -28,12 +28,12 @@ struct InfoOptions : CommonOptions {
     std::string mInput;
 };
 
-enum class NormalsMode { eKeep, eControlPoint, ePolygonVertex };
+enum class ENormalsMode { eKeep, eControlPoint, ePolygonVertex };
 
 struct ProcessOptions : CommonOptions {
     std::string mInput;
     std::string mOutput;
-    NormalsMode mNormals = NormalsMode::eKeep;
+    ENormalsMode mNormals = ENormalsMode::eKeep;
     double mSmoothAngle = -1.0;  // negative: no smoothing by angle
     bool mTangents = false;
     bool mSplit = false;

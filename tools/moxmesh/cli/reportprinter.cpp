@@ -24,15 +24,15 @@ std::string DescribeUVSets(const std::vector<UVSetInfo>& pUVSets)
     return pUVSets.empty() ? lText : lText + ")";
 }
 
-const char* DescribeWinding(Winding pWinding)
+const char* DescribeWinding(EWinding pWinding)
 {
     switch (pWinding) {
-        case Winding::eCounterClockwise:
+        case EWinding::eCounterClockwise:
             return "counter-clockwise (the normals agree with counter-clockwise polygons)";
-        case Winding::eNotCounterClockwise:
+        case EWinding::eNotCounterClockwise:
             return "not counter-clockwise (no normal agrees with counter-clockwise polygons: clockwise winding or "
                    "inverted normals)";
-        case Winding::eNoNormals:
+        case EWinding::eNoNormals:
             break;
     }
     return "unknown (no normals to compare with)";

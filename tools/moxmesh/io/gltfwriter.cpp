@@ -1,4 +1,5 @@
-#define TINYGLTF_IMPLEMENTATION
+// tinygltf compiles its implementation where this macro of its own is defined.
+#define TINYGLTF_IMPLEMENTATION  // NOLINT(readability-identifier-naming)
 #include "io/gltfwriter.h"
 
 #include <algorithm>
@@ -233,7 +234,7 @@ nlohmann::json GltfJson(const tinygltf::Model& pModel, size_t pBytes, const std:
 // The length of the UTF-8 sequence at pText[pAt], or 0 when none starts there.
 size_t Utf8SequenceAt(const std::string& pText, size_t pAt)
 {
-    const auto lByte = [&](size_t i) { return static_cast<unsigned char>(pText[i]); };
+    const auto lByte = [&](size_t pIndex) { return static_cast<unsigned char>(pText[pIndex]); };
     const unsigned char lLead = lByte(pAt);
     if (lLead < 0x80) return 1;
     const size_t lLength = lLead >= 0xc2 && lLead <= 0xdf   ? 2

@@ -34,13 +34,16 @@ CornerSources OpenSources(const MoxMesh& pMesh, const VertexOptions& pOptions)
     const MoxLayer* lLayer0 = pMesh.GetLayer(0);
     if (lLayer0) lSources.mNormals.Bind(lLayer0->GetNormals());
     // A tangent means nothing without a normal (and glTF refuses it).
-    if (pOptions.mTangents && lSources.mNormals.IsPresent()) lSources.mTangents.Bind(lLayer0->GetTangents());
-    for (int l = 0; l < pMesh.GetLayerCount(); ++l)
+    if (lLayer0 && pOptions.mTangents && lSources.mNormals.IsPresent()) lSources.mTangents.Bind(lLayer0->GetTangents());
+    for (int l = 0; l < pMesh.GetLayerCount(); ++l) {
+        const MoxLayer* lLayer = pMesh.GetLayer(l);
+        if (!lLayer) continue;
         for (int c = MoxLayerElement::eTextureChannel0; c <= MoxLayerElement::eTextureChannel16; ++c) {
-            const moxsdk::MoxLayerElementUV* lUVs = pMesh.GetLayer(l)->GetUVs(static_cast<MoxLayerElement::EType>(c));
+            const moxsdk::MoxLayerElementUV* lUVs = lLayer->GetUVs(static_cast<MoxLayerElement::EType>(c));
             if (lUVs && static_cast<int>(lSources.mUVSets.size()) < pOptions.mMaxUVSets)
                 lSources.mUVSets.emplace_back(lUVs);
         }
+    }
     return lSources;
 }
 
@@ -141,7 +144,9 @@ void PolygonNormal(const MoxMesh& pMesh, int pPolygon, double* pNormal)
 // aligned with.
 void Orthogonal(const double* pNormal, double* pOut)
 {
-    const double lX = std::fabs(pNormal[0]), lY = std::fabs(pNormal[1]), lZ = std::fabs(pNormal[2]);
+    const double lX = std::fabs(pNormal[0]);
+    const double lY = std::fabs(pNormal[1]);
+    const double lZ = std::fabs(pNormal[2]);
     const int lAxis = lX <= lY && lX <= lZ ? 0 : lY <= lZ ? 1 : 2;
     double lUnit[3] = {0.0, 0.0, 0.0};
     lUnit[lAxis] = 1.0;
@@ -166,7 +171,7 @@ public:
         double lNormal[3] = {0.0, 0.0, 1.0};
         if (mSources.mNormals.IsPresent()) {
             ReadNormal(pPolygon, pPolygonVertex, pPoint, lNormal);
-            for (int i = 0; i < 3; ++i) *pOut++ = static_cast<float>(lNormal[i]);
+            for (const double lValue : lNormal) *pOut++ = static_cast<float>(lValue);
         }
         for (const auto& lUVSet : mSources.mUVSets) {
             MoxVector2 lUV;

@@ -198,25 +198,25 @@ void WriteGltfFiles(moxsdk::MoxMesh& pMesh, const std::string& pPath, bool pBina
 
 }  // namespace
 
-OutputFormat OutputFormatOf(const std::string& pPath)
+EOutputFormat OutputFormatOf(const std::string& pPath)
 {
     const std::string lExtension = ExtensionOf(pPath);
-    if (lExtension == ".obj") return OutputFormat::eObj;
-    if (lExtension == ".gltf") return OutputFormat::eGltf;
-    if (lExtension == ".glb") return OutputFormat::eGlb;
+    if (lExtension == ".obj") return EOutputFormat::eObj;
+    if (lExtension == ".gltf") return EOutputFormat::eGltf;
+    if (lExtension == ".glb") return EOutputFormat::eGlb;
     throw ToolError(pPath, "unknown output format" +
                                (lExtension.empty() ? std::string(" (no extension)") : " \"" + lExtension + "\"") +
                                ": moxmesh writes .obj, .gltf and .glb");
 }
 
-const char* FormatName(OutputFormat pFormat)
+const char* FormatName(EOutputFormat pFormat)
 {
     switch (pFormat) {
-        case OutputFormat::eObj:
+        case EOutputFormat::eObj:
             return "OBJ";
-        case OutputFormat::eGltf:
+        case EOutputFormat::eGltf:
             return "glTF";
-        case OutputFormat::eGlb:
+        case EOutputFormat::eGlb:
             return "glTF binary";
     }
     return "";
@@ -241,10 +241,10 @@ WriteSummary WriteMesh(moxsdk::MoxMesh& pMesh, const std::string& pPath)
     CheckWritable(pPath);
     lSummary.mFormat = OutputFormatOf(pPath);
     StagedOutput lOutput;
-    if (lSummary.mFormat == OutputFormat::eObj)
+    if (lSummary.mFormat == EOutputFormat::eObj)
         WriteObj(pMesh, pPath, lOutput, lSummary.mScene);
     else
-        WriteGltfFiles(pMesh, pPath, lSummary.mFormat == OutputFormat::eGlb, lOutput, lSummary.mScene);
+        WriteGltfFiles(pMesh, pPath, lSummary.mFormat == EOutputFormat::eGlb, lOutput, lSummary.mScene);
     lSummary.mFiles = lOutput.Destinations();
     lOutput.Commit();
     return lSummary;

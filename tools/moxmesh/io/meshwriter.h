@@ -14,20 +14,20 @@
 
 namespace moxmeshtool {
 
-enum class OutputFormat { eObj, eGltf, eGlb };
+enum class EOutputFormat { eObj, eGltf, eGlb };
 
 // The format written for pPath's extension (.obj, .gltf, .glb, case ignored). Throws ToolError for any
 // other.
-OutputFormat OutputFormatOf(const std::string& pPath);
+EOutputFormat OutputFormatOf(const std::string& pPath);
 // The format's name for reports ("OBJ", "glTF", "glTF binary").
-const char* FormatName(OutputFormat pFormat);
+const char* FormatName(EOutputFormat pFormat);
 
 // Throws ToolError when pPath clearly cannot be written: its directory is missing or not writable, or
 // pPath is a directory. Meant to run before long work, so that a wrong path fails at once.
 void CheckWritable(const std::string& pPath);
 
 struct WriteSummary {
-    OutputFormat mFormat = OutputFormat::eObj;
+    EOutputFormat mFormat = EOutputFormat::eObj;
     SceneSummary mScene;
     std::vector<std::string> mFiles;  // the files written, in order
 };

@@ -192,7 +192,8 @@ std::string Utf16ToUtf8(const std::string& pText, bool pBigEndian)
     std::string lText;
     lText.reserve(pText.size() / 2);
     const auto lUnit = [&](size_t pAt) {
-        const unsigned lA = static_cast<unsigned char>(pText[pAt]), lB = static_cast<unsigned char>(pText[pAt + 1]);
+        const unsigned lA = static_cast<unsigned char>(pText[pAt]);
+        const unsigned lB = static_cast<unsigned char>(pText[pAt + 1]);
         return pBigEndian ? (lA << 8) | lB : (lB << 8) | lA;
     };
     for (size_t i = 2; i + 1 < pText.size(); i += 2) {

@@ -1,5 +1,6 @@
 #include "io/objtext.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -153,7 +154,9 @@ bool ReadFace(Cursor& pLine, ObjArrays& pArrays)
 {
     int lCount = 0;
     for (Cursor lToken = pLine.Token(); lToken.mAt != lToken.mEnd; lToken = pLine.Token(), ++lCount) {
-        int lVertex = 0, lUV = 0, lNormal = 0;
+        int lVertex = 0;
+        int lUV = 0;
+        int lNormal = 0;
         if (!ReadCorner(lToken, lVertex, lUV, lNormal)) return false;
         pArrays.mVertices.push_back(lVertex);
         AddIndex(lUV, pArrays, pArrays.mUVIndices);
@@ -233,9 +236,9 @@ void Reserve(const StatementCounts& pCounts, ObjArrays& pArrays)
 // Every index names a value that the file has.
 bool IndicesInRange(const MeshArray<int>& pIndices, size_t pValueCount)
 {
-    for (const int lIndex : pIndices)
-        if (lIndex >= 0 && static_cast<size_t>(lIndex) >= pValueCount) return false;
-    return true;
+    return std::none_of(pIndices.begin(), pIndices.end(), [pValueCount](int pIndex) {
+        return pIndex >= 0 && static_cast<size_t>(pIndex) >= pValueCount;
+    });
 }
 
 }  // namespace

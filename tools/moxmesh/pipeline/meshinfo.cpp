@@ -98,13 +98,13 @@ bool AverageNormalsPerControlPoint(MoxMesh& pMesh)
     return true;
 }
 
-Winding CheckWinding(MoxMesh& pMesh)
+EWinding CheckWinding(MoxMesh& pMesh)
 {
     const moxsdk::MoxLayer* lLayer0 = pMesh.GetLayer(0);
     if (!lLayer0 || !lLayer0->GetNormals() || lLayer0->GetNormals()->mDirectArray->GetCount() == 0)
-        return Winding::eNoNormals;
-    if (!AverageNormalsPerControlPoint(pMesh)) return Winding::eNoNormals;
-    return pMesh.CheckIfVertexNormalsCCW() ? Winding::eCounterClockwise : Winding::eNotCounterClockwise;
+        return EWinding::eNoNormals;
+    if (!AverageNormalsPerControlPoint(pMesh)) return EWinding::eNoNormals;
+    return pMesh.CheckIfVertexNormalsCCW() ? EWinding::eCounterClockwise : EWinding::eNotCounterClockwise;
 }
 
 }  // namespace
@@ -133,7 +133,7 @@ MeshInfo GatherInfo(MoxMesh& pMesh, StepRunner& pRunner)
     });
     pRunner.Run("CheckIfVertexNormalsCCW", [&] {
         lInfo.mWinding = CheckWinding(pMesh);
-        return lInfo.mWinding == Winding::eNoNormals ? "no normals" : "checked";
+        return lInfo.mWinding == EWinding::eNoNormals ? "no normals" : "checked";
     });
     // Removing is how the bad polygons are counted; it is the last thing done to the mesh.
     pRunner.Run("RemoveBadPolygons", [&] {

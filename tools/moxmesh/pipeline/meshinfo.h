@@ -18,7 +18,7 @@ struct UVSetInfo {
     int mValues = 0;
 };
 
-enum class Winding {
+enum class EWinding {
     eNoNormals,         // nothing to check
     eCounterClockwise,  // the normals agree with counter-clockwise polygons
     eNotCounterClockwise
@@ -35,7 +35,7 @@ struct MeshInfo {
     int mMaterials = 0;      // in the material element
     int mMaterialsUsed = 0;  // distinct materials that polygons use
     std::string mNormals;    // "by polygon vertex, 2115 values", or "none"
-    Winding mWinding = Winding::eNoNormals;
+    EWinding mWinding = EWinding::eNoNormals;
     long mLibraryReports = 0;         // reports the library made while the info was gathered
     std::string mFirstLibraryReport;  // the first of them
 };

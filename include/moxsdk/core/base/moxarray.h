@@ -21,6 +21,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "moxsdk/core/base/detail/moxarrayreports.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxmemory.h"
 
@@ -70,12 +71,10 @@ public:
     T& operator[](int pIndex) const
     {
         if (pIndex < 0) {
-            MOX_REPORT(sgFile, "Index is out of range!");
+            MOX_REPORT(sgFile, detail::arrayreports::sgIndexOutside.mText);
         } else if (pIndex >= GetSize()) {
-            if (pIndex < GetCapacity())
-                MOX_REPORT(sgFile,
-                           "Index is out of range, but not outside of capacity! Call SetAt() to use reserved memory.");
-            MOX_REPORT(sgFile, "Index is out of range!");
+            if (pIndex < GetCapacity()) MOX_REPORT(sgFile, detail::arrayreports::sgIndexInReserve.mText);
+            MOX_REPORT(sgFile, detail::arrayreports::sgIndexOutside.mText);
         }
         return Slot(pIndex);
     }
@@ -87,7 +86,7 @@ public:
     void SetAt(int pIndex, const T& pItem)
     {
         if (pIndex < 0 || pIndex >= GetCapacity()) {
-            MOX_REPORT(sgFile, "pIndex >= 0 && pIndex < GetCapacity()");
+            MOX_REPORT(sgFile, detail::arrayreports::sgSetOutsideCapacity.mText);
             return;
         }
         if (pIndex >= Head()->mSize) Head()->mSize = pIndex + 1;
@@ -112,7 +111,7 @@ public:
         const int lNewCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
         const int lOldCapacity = GetCapacity();
         if (lNewCapacity <= lSize || !Allocate(lNewCapacity)) {
-            MOX_REPORT(sgFile, "mData");
+            MOX_REPORT(sgFile, detail::arrayreports::sgNoMemory.mText);
             return -1;
         }
         // The new reserved slots start zeroed, so that a read past the size inside the capacity (which
@@ -127,7 +126,7 @@ public:
     {
         const int64_t lEnd = int64_t(pIndex) + 1;
         const int lSize = GetSize();
-        if (lEnd < 0 || lEnd > lSize) MOX_REPORT(sgFile, "Index is out of range!");
+        if (lEnd < 0 || lEnd > lSize) MOX_REPORT(sgFile, detail::arrayreports::sgIndexOutside.mText);
         const T lItem = GetAt(pIndex);
         if (pIndex < 0 || pIndex >= GetCapacity()) return lItem;
         if (lEnd < lSize) std::memmove(GetArray() + pIndex, GetArray() + lEnd, Bytes(lSize - static_cast<int>(lEnd)));
@@ -139,12 +138,12 @@ public:
     int Find(const T& pItem, int pStartIndex = 0) const
     {
         if (pStartIndex < 0) {
-            MOX_REPORT(sgFile, "pStartIndex >= 0");
+            MOX_REPORT(sgFile, detail::arrayreports::sgFindFromNegative.mText);
             return -1;
         }
         const int lSize = GetSize();
         if (lSize < 0) {
-            MOX_REPORT(sgFile, "size >= 0");
+            MOX_REPORT(sgFile, detail::arrayreports::sgNegativeSize.mText);
             return -1;
         }
         const T* lData = GetArray();
@@ -168,12 +167,12 @@ public:
     bool Reserve(int pCapacity)
     {
         if (pCapacity < 0) {
-            MOX_REPORT(sgFile, "pCapacity >= 0");
+            MOX_REPORT(sgFile, detail::arrayreports::sgNegativeCapacity.mText);
             return false;
         }
         if (pCapacity <= GetCapacity()) return true;
         if (!Allocate(pCapacity)) {
-            MOX_REPORT(sgFile, "mData");
+            MOX_REPORT(sgFile, detail::arrayreports::sgNoMemory.mText);
             return false;
         }
         Head()->mCapacity = pCapacity;
@@ -258,13 +257,13 @@ private:
             return true;
         }
         if (pSize < 0) {
-            _MoxAssert(sgFile, pFunction, __LINE__, "pSize > 0");
+            _MoxAssert(sgFile, pFunction, __LINE__, detail::arrayreports::sgNegativeResize.mText);
             return false;
         }
         const bool lReallocate = pReserve ? pSize > lOldCapacity : pSize != lOldCapacity;
         if (lReallocate) {
             if (!Allocate(pSize)) {
-                _MoxAssert(sgFile, pFunction, __LINE__, "mData");
+                _MoxAssert(sgFile, pFunction, __LINE__, detail::arrayreports::sgNoMemory.mText);
                 return false;
             }
             if (pZeroFill && pSize > lOldCapacity)

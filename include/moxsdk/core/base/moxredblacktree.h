@@ -30,6 +30,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "moxsdk/core/base/detail/moxredblacktreeinsertreports.h"
 #include "moxsdk/core/base/moxcontainerallocators.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/core/moxpair.h"
@@ -206,16 +207,18 @@ public:
         void* lBuffer = mAllocator.AllocateRecords(1);
         if (!lBuffer) return MoxPair<RecordType*, bool>(nullptr, false);
         RecordType* lNode = ConstructRecord(lBuffer, pData);
-        MOX_ASSERT(sgFile, lNode == lBuffer);
+        MOX_ASSERT_MSG(sgFile, lNode == lBuffer, detail::redblacktreeinsertreports::sgRecordMoved.mText);
         ++mSize;
         // The descent ended at an empty place of lParent on the side lOrder gives.
         if (!lParent) {
             mRoot = lNode;
         } else if (lOrder < 0) {
-            MOX_ASSERT_MSG(sgFile, lParent->mRightChild == nullptr, "lParent->mRightChild == 0");
+            MOX_ASSERT_MSG(sgFile, lParent->mRightChild == nullptr,
+                           detail::redblacktreeinsertreports::sgRightPlaceTaken.mText);
             lParent->mRightChild = lNode;
         } else {
-            MOX_ASSERT_MSG(sgFile, lParent->mLeftChild == nullptr, "lParent->mLeftChild == 0");
+            MOX_ASSERT_MSG(sgFile, lParent->mLeftChild == nullptr,
+                           detail::redblacktreeinsertreports::sgLeftPlaceTaken.mText);
             lParent->mLeftChild = lNode;
         }
         lNode->mParent = lParent;

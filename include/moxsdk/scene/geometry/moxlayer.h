@@ -21,6 +21,7 @@
 #include "moxsdk/core/moxmemory.h"
 #include "moxsdk/core/moxstring.h"
 #include "moxsdk/core/moxtypes.h"
+#include "moxsdk/scene/geometry/detail/moxlayerelementreports.h"
 
 namespace moxsdk {
 
@@ -383,16 +384,14 @@ private:
     {
         if (mReferenceMode != eDirect && mReferenceMode != eIndexToDirect)
             _MoxAssert("scene/geometry/moxlayer", pFunction, __LINE__,
-                       "mReferenceMode == MoxLayerElement::eDirect || "
-                       "mReferenceMode == MoxLayerElement::eIndexToDirect");
+                       detail::layerelementreports::sgNoDirectArrayInMode.mText);
         return mDirectArray;
     }
     MoxLayerElementArrayTemplate<int>* CheckedIndexArray(const char* pFunction) const
     {
         if (mReferenceMode != eIndex && mReferenceMode != eIndexToDirect)
             _MoxAssert("scene/geometry/moxlayer", pFunction, __LINE__,
-                       "mReferenceMode == MoxLayerElement::eIndex || "
-                       "mReferenceMode == MoxLayerElement::eIndexToDirect");
+                       detail::layerelementreports::sgNoIndexArrayInMode.mText);
         return mIndexArray;
     }
 };

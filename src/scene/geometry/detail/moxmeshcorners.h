@@ -2,6 +2,7 @@
 // Helpers shared by the edge and adjacency code of MoxMesh: polygon-vertex reads at positions computed
 // from polygon records (which user writes can put anywhere), and the pairs of mV2PVMap.
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 
@@ -40,10 +41,9 @@ inline int MoxPeekVertex(const MoxArray<int>& pPolygonVertices, int64_t pPositio
 // vertex lookup reads). Such a mesh can answer edge questions from tables of its own.
 inline bool MoxHasPlainPolygons(const MoxMesh& pMesh)
 {
-    if (!pMesh.HasWellFormedTopology()) return false;
-    for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
-        if (lPolygon.mSize < 1) return false;
-    return true;
+    return pMesh.HasWellFormedTopology() &&
+           std::all_of(pMesh.mPolygons.begin(), pMesh.mPolygons.end(),
+                       [](const MoxMesh::PolygonDef& pPolygon) { return pPolygon.mSize >= 1; });
 }
 
 // Pair pRank of control point pControlPoint in pMesh.mV2PVMap: {polygon, position in polygon}. The

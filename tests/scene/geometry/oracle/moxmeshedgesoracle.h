@@ -155,7 +155,7 @@ inline V2PV BuildV2PV(const MoxMesh& pMesh)
         if (lStart < 0 || lEnd < 0 || lStart >= n) continue;
         lEdges.insert({std::max(lStart, lEnd), std::min(lStart, lEnd)});
     }
-    for (const auto& lEdge : lEdges) lMap.mEdges.push_back({lEdge.second, lEdge.first});
+    for (const auto& lEdge : lEdges) lMap.mEdges.emplace_back(lEdge.second, lEdge.first);
     return lMap;
 }
 
@@ -190,8 +190,10 @@ inline int MapSide(const MoxMesh& pMesh, const V2PV& pMap, int pStart, int pEnd)
 {
     for (int k = 0; k < pMap.mCount[static_cast<size_t>(pStart)]; ++k) {
         int lSide = -1;
-        if (SideAtCorner(pMesh, pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)] + k)], pEnd,
-                         lSide))
+        if (SideAtCorner(
+                pMesh,
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)]) + static_cast<size_t>(k)],
+                pEnd, lSide))
             return lSide;
     }
     return -2;
@@ -204,8 +206,10 @@ inline int MapEdgeForSide(const MoxMesh& pMesh, const V2PV& pMap, const MoxArray
     if (pStart < 0 || pStart >= static_cast<int>(pMap.mCount.size())) return -1;
     for (int k = 0; k < pMap.mCount[static_cast<size_t>(pStart)]; ++k) {
         int lSide = -1;
-        if (!SideAtCorner(pMesh, pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)] + k)], pEnd,
-                          lSide))
+        if (!SideAtCorner(
+                pMesh,
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(pStart)]) + static_cast<size_t>(k)],
+                pEnd, lSide))
             continue;
         lResult = pPVToEdge[lSide];
         if (lResult != -1) break;
@@ -231,7 +235,7 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh, const V2PV& pMap
     ComponentMaps lMaps;
     const int lVertexCount = pMesh.GetPolygonVertexCount();
     const int lPolygonCount = pMesh.GetPolygonCount();
-    const int E = pMesh.GetMeshEdgeCount();
+    const int lEdgeCount = pMesh.GetMeshEdgeCount();
     lMaps.mPolygonOffsets.push_back(0);
     for (const MoxMesh::PolygonDef& lPolygon : pMesh.mPolygons)
         lMaps.mPolygonOffsets.push_back(lMaps.mPolygonOffsets.back() + std::max(lPolygon.mSize, 0));
@@ -239,28 +243,28 @@ inline ComponentMaps ComputeComponentMaps(const MoxMesh& pMesh, const V2PV& pMap
     // than its size writes past its list (and past the array, reported, for the last polygons).
     MoxArray<int> lPolygonEdges;
     lPolygonEdges.Resize(lVertexCount, false);
-    lMaps.mEdgeOffsets.assign(static_cast<size_t>(E) + 1, 0);
+    lMaps.mEdgeOffsets.assign(static_cast<size_t>(lEdgeCount) + 1, 0);
     const std::vector<int> lNext = ClosingVertices(pMesh);
     std::vector<int> lFill(static_cast<size_t>(lPolygonCount), 0);
     const int n = pMesh.GetControlPointsCount();
     std::set<long long> lSeen;
-    for (int e = 0; e < E; ++e) {
-        const int pv = pMesh.mEdgeArray.GetArray()[e];
-        if (pv < 0 || pv >= lVertexCount) {
+    for (int e = 0; e < lEdgeCount; ++e) {
+        const int lPosition = pMesh.mEdgeArray.GetArray()[e];
+        if (lPosition < 0 || lPosition >= lVertexCount) {
             ++lMaps.mSkippedOutOfRange;
             continue;
         }
-        const int u = pMesh.mPolygonVertices.GetArray()[pv];
+        const int u = pMesh.mPolygonVertices.GetArray()[lPosition];
         if (u >= n) {
             ++lMaps.mSkippedStart;
             continue;
         }
-        const int w =
-            lNext[static_cast<size_t>(pv)] != -1 ? lNext[static_cast<size_t>(pv)] : Vertex(pMesh, int64_t(pv) + 1);
+        const int w = lNext[static_cast<size_t>(lPosition)] != -1 ? lNext[static_cast<size_t>(lPosition)]
+                                                                  : Vertex(pMesh, int64_t(lPosition) + 1);
         if (!lSeen.insert((static_cast<long long>(n) + u) * n + w).second) continue;
         for (int k = 0; u >= 0 && k < pMap.mCount[static_cast<size_t>(u)]; ++k) {
             const std::pair<int, int> lCorner =
-                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(u)] + k)];
+                pMap.mPairs[static_cast<size_t>(pMap.mOffset[static_cast<size_t>(u)]) + static_cast<size_t>(k)];
             const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons[lCorner.first];
             const int64_t v = int64_t(lPolygon.mIndex) + lCorner.second;
             const int64_t lLast = int64_t(lPolygon.mIndex) + lPolygon.mSize - 1;

@@ -220,11 +220,11 @@ inline bool SearchCorner(const MoxMesh& pMesh, int pPolygon, int pA, int pB, int
     return false;
 }
 
-inline int RemovePolygon(MoxMesh& pMesh, int p)
+inline int RemovePolygon(MoxMesh& pMesh, int pPolygon)
 {
-    if (p < 0 || p >= pMesh.GetPolygonCount()) return -1;
+    if (pPolygon < 0 || pPolygon >= pMesh.GetPolygonCount()) return -1;
     for (int l = 0; l < pMesh.GetLayerCount(); ++l) pMesh.ConvertDirectToIndexToDirect(l);
-    const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons[p];
+    const MoxMesh::PolygonDef lPolygon = pMesh.mPolygons[pPolygon];
     const int lStart = lPolygon.mIndex;
     const int lSize = lPolygon.mSize;
     MoxArray<int> lRemovedEdges;
@@ -238,7 +238,7 @@ inline int RemovePolygon(MoxMesh& pMesh, int p)
                                ? MeshAccess::CallGetIndex(pMesh, lStart, lEdgeCount)
                                : MeshAccess::CallGetIndex(pMesh, Wrap(int64_t(v) + 1), lEdgeCount);
             int lCorner = 0;
-            if (SearchCorner(pMesh, p, lA, lB, lEdgeCount, lCorner))
+            if (SearchCorner(pMesh, pPolygon, lA, lB, lEdgeCount, lCorner))
                 pMesh.mEdgeArray[e] = lCorner;
             else
                 lRemovedEdges.Add(e);
@@ -246,19 +246,19 @@ inline int RemovePolygon(MoxMesh& pMesh, int p)
         RemoveEdges(pMesh.mEdgeArray, lRemovedEdges);
     }
     int lFirst = 0;
-    for (int q = 0; q < p; ++q)
+    for (int q = 0; q < pPolygon; ++q)
         lFirst = Wrap(int64_t(lFirst) + (pMesh.mPolygons[q].mSize > 0 ? pMesh.mPolygons[q].mSize : 0));
-    const Removal lRemoval{p, lFirst, lSize, &lRemovedEdges};
+    const Removal lRemoval{pPolygon, lFirst, lSize, &lRemovedEdges};
     for (int l = 0; l < pMesh.GetLayerCount(); ++l)
         if (MoxLayer* lLayer = pMesh.GetLayer(l)) UpdateLayer(pMesh, *lLayer, lRemoval);
     RemoveRun(pMesh.mPolygonVertices, lFirst, lSize);
     const int lShift = lSize > 0 ? lSize : 0;
-    pMesh.mPolygons.RemoveAt(p);
-    for (int q = p; q < pMesh.GetPolygonCount(); ++q)
+    pMesh.mPolygons.RemoveAt(pPolygon);
+    for (int q = pPolygon; q < pMesh.GetPolygonCount(); ++q)
         pMesh.mPolygons[q].mIndex = Wrap(int64_t(pMesh.mPolygons[q].mIndex) - lShift);
     for (int e = 0; e < pMesh.mEdgeArray.GetCount(); ++e)
         if (pMesh.mEdgeArray[e] >= lFirst) pMesh.mEdgeArray[e] = Wrap(int64_t(pMesh.mEdgeArray[e]) - lShift);
-    return p;
+    return pPolygon;
 }
 
 inline bool GetBadPolyIndices(const MoxMesh& pMesh, MoxArray<int>& pList, bool pCheckOne)

@@ -179,23 +179,23 @@ inline bool SplitPoints(MoxMesh& pMesh, MoxLayerElement::EType pType)
     for (int c = 0; c < lOld; ++c) {
         DuplicateList& lList = *lDuplicates[c];
         if (lList.GetCount() == 0) continue;
-        const MoxMesh::DuplicateVertex& r0 = lList[0];
+        const MoxMesh::DuplicateVertex& lFirst = lList[0];
         if (lNormals && lMode == MoxLayerElement::eByControlPoint) {
             int lTarget = c;
             if (lReference != MoxLayerElement::eDirect) {
                 lTarget = lIndices ? lIndices->GetAt(c) : 0;
                 if (lTarget < 0) SplitReport("index >= 0");
             }
-            lNormals->SetAt(lTarget, r0.mNormal);
+            lNormals->SetAt(lTarget, lFirst.mNormal);
         } else if (lNormals && lMode == MoxLayerElement::eByPolygonVertex) {
             if (lReference != MoxLayerElement::eDirect && lIndices) {
                 if (lIndices->GetCount() < lOld) lIndices->SetCount(lOld);
-                lIndices->SetAt(r0.mNewVertexIndex, r0.mNewVertexIndex);
+                lIndices->SetAt(lFirst.mNewVertexIndex, lFirst.mNewVertexIndex);
             }
-            lNormals->SetAt(r0.mNewVertexIndex, r0.mNormal);
+            lNormals->SetAt(lFirst.mNewVertexIndex, lFirst.mNormal);
         }
-        lWriteUV(c, r0.mUV);
-        if (lHasEdges) lMark(r0);
+        lWriteUV(c, lFirst.mUV);
+        if (lHasEdges) lMark(lFirst);
         for (int r = 1; r < lList.GetCount(); ++r) {
             const MoxMesh::DuplicateVertex& lRec = lList[r];
             const MoxVector4 lPosition = pMesh.GetControlPointAt(c);
@@ -229,7 +229,8 @@ inline bool SplitPoints(MoxMesh& pMesh, MoxLayerElement::EType pType)
     ForEachShape(pMesh, &SplitReport, [&](MoxShape& pShape) {
         const int m = pShape.GetControlPointsCount();
         const int lSize = std::max(m, lOld);
-        MoxArray<MoxVector4> lPoints, lShapeNormals;
+        MoxArray<MoxVector4> lPoints;
+        MoxArray<MoxVector4> lShapeNormals;
         MoxArray<MoxVector2> lShapeUVs;
         lPoints.Resize(lSize);
         lShapeNormals.Resize(lSize);
@@ -329,7 +330,8 @@ inline void MergePoints(MoxMesh& pMesh, MoxArray<int>& pMergeList)
         MoxArray<int> lKept;
         lKept.Add(pMesh.mEdgeArray[0]);
         for (int e = 1; e < pMesh.mEdgeArray.GetCount(); ++e) {
-            int s = -1, t = -1;
+            int s = -1;
+            int t = -1;
             pMesh.GetMeshEdgeVertices(e, s, t);
             bool lReversed = false;
             if (pMesh.GetMeshEdgeIndex(s, t, lReversed, -1) == e) lKept.Add(pMesh.mEdgeArray[e]);
@@ -351,11 +353,15 @@ inline void MergePoints(MoxMesh& pMesh, MoxArray<int>& pMergeList)
                     lWeights.Add(lCluster->GetControlPointWeights()[i]);
                 }
             }
-            const MoxString lId = lCluster->GetUserDataID(), lData = lCluster->GetUserData();
+            const MoxString lId = lCluster->GetUserDataID();
+            const MoxString lData = lCluster->GetUserData();
             MoxNode* lAssociate = lCluster->GetAssociateModel();
             MoxNode* lLink = lCluster->GetLink();
             const MoxCluster::ELinkMode lLinkMode = lCluster->GetLinkMode();
-            MoxAMatrix a, b, c, d;
+            MoxAMatrix a;
+            MoxAMatrix b;
+            MoxAMatrix c;
+            MoxAMatrix d;
             lCluster->GetTransformAssociateModelMatrix(a);
             lCluster->GetTransformLinkMatrix(b);
             lCluster->GetTransformMatrix(c);
@@ -391,7 +397,8 @@ inline void MergePoints(MoxMesh& pMesh, MoxArray<int>& pMergeList)
     }
 
     // Step 6.
-    MoxArray<MoxVector4> lSavedPoints, lSavedNormals;
+    MoxArray<MoxVector4> lSavedPoints;
+    MoxArray<MoxVector4> lSavedNormals;
     const int m = pMesh.GetControlPointsCount();
     ForEachShape(pMesh, &MergeReport, [&](MoxShape& pShape) {
         MoxLayerElementArrayTemplate<MoxVector4>* lShapeNormals = nullptr;
