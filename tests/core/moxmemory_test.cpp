@@ -250,6 +250,7 @@ TEST(MoxMemory, KeptBlocksAreThreadSafe)
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
     MoxReleaseKeptMemory();
     std::vector<std::thread> lThreads;
+    lThreads.reserve(4);
     std::vector<int> lBad(4, 0);
     for (int t = 0; t < 4; ++t)
         lThreads.emplace_back([t, &lBad] {

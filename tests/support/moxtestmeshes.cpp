@@ -171,7 +171,7 @@ void MakeGrid(MoxMesh& pMesh, int pColumns, int pRows, bool pClosed)
     const int lHeight = pClosed ? pRows : pRows + 1;
     auto lPoint = [&](int pI, int pJ) { return (pJ % lHeight) * lWidth + pI % lWidth; };
     std::vector<Point> lPoints;
-    lPoints.reserve(lWidth * lHeight);
+    lPoints.reserve(static_cast<size_t>(lWidth) * static_cast<size_t>(lHeight));
     for (int i = 0; i < lWidth * lHeight; ++i) lPoints.push_back({double(i), double(i % 5), 0.0});
     std::vector<std::vector<int>> lQuads;
     for (int j = 0; j < pRows; ++j)

@@ -27,7 +27,7 @@ void* CountingMalloc(size_t pSize)
     return std::malloc(pSize);
 }
 
-void* FailingMalloc(size_t)
+void* FailingMalloc(size_t /*pSize*/)
 {
     return nullptr;
 }

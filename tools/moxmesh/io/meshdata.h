@@ -17,14 +17,16 @@ namespace moxmeshtool {
 
 // Storage from the library's memory services (MoxMalloc, MoxFree) for a mesh's arrays: they are large
 // and written once, and the library's allocator places large blocks on huge pages, where a first touch
-// faults once per 2 MiB instead of once per 4 KiB.
+// faults once per 2 MiB instead of once per 4 KiB. The member names are the ones the standard
+// library's allocator requirements fix, and its containers convert between allocators implicitly.
+// NOLINTBEGIN(readability-identifier-naming, google-explicit-constructor)
 template <class T>
 struct LibraryAllocator {
     using value_type = T;
 
     LibraryAllocator() = default;
     template <class U>
-    LibraryAllocator(const LibraryAllocator<U>&)
+    LibraryAllocator(const LibraryAllocator<U>& /*pOther*/)
     {}
 
     T* allocate(size_t pCount)
@@ -33,11 +35,12 @@ struct LibraryAllocator {
         if (!lBlock) throw std::bad_alloc();
         return static_cast<T*>(lBlock);
     }
-    void deallocate(T* pBlock, size_t) { moxsdk::MoxFree(pBlock); }
+    void deallocate(T* pBlock, size_t /*pCount*/) { moxsdk::MoxFree(pBlock); }
 
-    friend bool operator==(const LibraryAllocator&, const LibraryAllocator&) { return true; }
-    friend bool operator!=(const LibraryAllocator&, const LibraryAllocator&) { return false; }
+    friend bool operator==(const LibraryAllocator& /*pA*/, const LibraryAllocator& /*pB*/) { return true; }
+    friend bool operator!=(const LibraryAllocator& /*pA*/, const LibraryAllocator& /*pB*/) { return false; }
 };
+// NOLINTEND(readability-identifier-naming, google-explicit-constructor)
 
 // A mesh array (positions, polygon sizes, indices, attribute values).
 template <class T>

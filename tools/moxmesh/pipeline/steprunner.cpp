@@ -42,7 +42,9 @@ ProcessUsage ReadProcessUsage()
 {
     rusage lUsage{};
     if (getrusage(RUSAGE_SELF, &lUsage) != 0) return {};
-    const auto lSeconds = [](const timeval& pTime) { return static_cast<double>(pTime.tv_sec) + pTime.tv_usec * 1e-6; };
+    const auto lSeconds = [](const timeval& pTime) {
+        return static_cast<double>(pTime.tv_sec) + static_cast<double>(pTime.tv_usec) * 1e-6;
+    };
     return {lSeconds(lUsage.ru_utime), lSeconds(lUsage.ru_stime), lUsage.ru_minflt};
 }
 
