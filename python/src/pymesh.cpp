@@ -128,12 +128,14 @@ py::tuple ComponentMapArrays(const MoxMesh::ComponentMap& pMap)
 std::unique_ptr<PyMesh> FromArrays(const py::object& pPoints, const py::object& pPolygons)
 {
     moxmeshtool::MeshData lData;
-    lData.mPositions = ToFiniteRows(pPoints, "points", 3);
+    // The mesh data keeps its arrays in the library's storage: the converted arrays are copied in.
+    const std::vector<double> lPositions = ToFiniteRows(pPoints, "points", 3);
+    lData.mPositions.assign(lPositions.begin(), lPositions.end());
     if (lData.ControlPointCount() > static_cast<size_t>(INT_MAX))
         throw py::value_error("points: more than 2147483647 control points");
-    PolygonArrays lPolygons = ToPolygons(pPolygons, static_cast<int>(lData.ControlPointCount()));
-    lData.mPolygonSizes = std::move(lPolygons.mSizes);
-    lData.mPolygonVertices = std::move(lPolygons.mVertices);
+    const PolygonArrays lPolygons = ToPolygons(pPolygons, static_cast<int>(lData.ControlPointCount()));
+    lData.mPolygonSizes.assign(lPolygons.mSizes.begin(), lPolygons.mSizes.end());
+    lData.mPolygonVertices.assign(lPolygons.mVertices.begin(), lPolygons.mVertices.end());
     auto lMesh = std::make_unique<PyMesh>(std::make_unique<moxmeshtool::ManagedMesh>());
     Walk(*lMesh, [&lData, &lMesh](MoxMesh&) { moxmeshtool::BuildMesh(lData, lMesh->Managed()); });
     return lMesh;
