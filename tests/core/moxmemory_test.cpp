@@ -240,8 +240,8 @@ TEST(MoxMemory, KeptMediumBlocksNeverRaiseThePeak)
     const size_t lKept = KeptSizeOf(lBlock);
     MoxFree(lBlock);
     EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
-    std::vector<void*> lHeld;  // 48 MiB, never touched: address space only
-    for (int i = 0; i < 16; ++i) lHeld.push_back(MoxMalloc(3 * sgMiB));
+    std::vector<void*> lHeld(16);  // 48 MiB, never touched: address space only
+    for (void*& lHeldBlock : lHeld) lHeldBlock = MoxMalloc(3 * sgMiB);
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
     for (void* lHeldBlock : lHeld) MoxFree(lHeldBlock);
     MoxReleaseKeptMemory();
@@ -373,11 +373,11 @@ TEST(MoxMemory, KeptBlocksAreThreadSafe)
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
     MoxReleaseKeptMemory();
     EXPECT_EQ(FillFromThreads(4 * sgMiB, 8 * sgMiB), (std::vector<int>{0, 0, 0, 0}));
-    EXPECT_LE(MoxGetKeptMemorySize(), 2 * (6 + 10) * sgMiB);  // up to 2 MiB more a block
+    EXPECT_LE(MoxGetKeptMemorySize(), (6 + 10) * sgMiB * 2);  // up to 2 MiB more a block
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
     EXPECT_EQ(FillFromThreads(256 * sgKiB, sgMiB), (std::vector<int>{0, 0, 0, 0}));
-    EXPECT_LE(MoxGetKeptMemorySize(), 2 * (260 + 1028) * sgKiB);  // up to 4 KiB more a block
+    EXPECT_LE(MoxGetKeptMemorySize(), (260 + 1028) * sgKiB * 2);  // up to 4 KiB more a block
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
