@@ -32,10 +32,11 @@ constexpr size_t sgHugePage = size_t(2) << 20;
 
 // Blocks from this size up to sgLargeBlock are medium: the arrays of a mesh of some ten thousand
 // polygons. They come from the C library as they are, in whole 4 KiB pages, and are kept apart from the
-// large ones. Measured on a pipeline of eight operations on a 10k-triangle torus: keeping blocks from
-// 256 KiB left 77 faults a call, from 128 KiB none; from 64 KiB none either, but with 23 blocks kept
-// instead of 10 (the corners' 120 KB arrays among them, which glibc's heap then serves well enough).
-constexpr size_t sgMediumBlock = size_t(128) << 10;
+// large ones. Measured on a 10k-triangle torus: keeping blocks from 256 KiB left a pipeline of eight
+// operations 77 faults a call; from 128 KiB none, but ComputeComponentMaps still faulted its 120 KB
+// tables in on every call (32 faults, 1.6 ms instead of 0.38), as glibc trims the top of its heap once
+// 128 KiB of it are free; from 64 KiB neither faults.
+constexpr size_t sgMediumBlock = size_t(64) << 10;
 constexpr size_t sgPage = size_t(4) << 10;
 
 // Why freed blocks are kept: an operation on a mesh frees the same sizes of working tables that its
@@ -58,8 +59,8 @@ constexpr size_t sgPage = size_t(4) << 10;
 // - each cache keeps a number of blocks and bytes at most, the oldest given back first. Large blocks:
 //   a single operation on 1M triangles keeps up to 12 blocks and 177 MiB, the pipeline above more, and
 //   it keeps its gain with 16 blocks and 512 MiB. Medium blocks have bounds of their own, so that a
-//   mesh's many medium blocks never push its large ones out: the pipeline above keeps up to 10 medium
-//   blocks and 6 MiB on 10k triangles, and reaches 8 MiB on 100k triangles, still with 12 faults a
+//   mesh's many medium blocks never push its large ones out: the pipeline above keeps up to 23 medium
+//   blocks and 6.7 MiB on 10k triangles, and reaches 8 MiB on 100k triangles, still with 12 faults a
 //   call instead of 2,800. A few MiB are enough, as a mesh with more working memory than that has
 //   most of it in large blocks; and no more, as kept medium blocks lie in the C library's heap, where
 //   they also keep the freed memory below them from going back to the OS;
@@ -71,7 +72,7 @@ struct KeptBounds {
     bool mHuge;     // fresh blocks start on a page and are advised for transparent huge pages
 };
 constexpr KeptBounds sgLargeBounds{16, size_t(512) << 20, sgHugePage, true};
-constexpr KeptBounds sgMediumBounds{16, size_t(8) << 20, sgPage, false};
+constexpr KeptBounds sgMediumBounds{32, size_t(8) << 20, sgPage, false};
 constexpr int sgMostKeptBlocks = std::max(sgLargeBounds.mBlocks, sgMediumBounds.mBlocks);
 
 // Whole pages of pPage bytes for pSize bytes.

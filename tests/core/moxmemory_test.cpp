@@ -94,7 +94,7 @@ constexpr size_t sgMiB = size_t(1) << 20;
 
 // The size that the default handlers count for a block they keep: its whole pages, of 2 MiB for a large
 // block (4 MiB and more; the C library may give up to 2 MiB more than asked for when it aligns one),
-// of 4 KiB for a medium one (128 KiB up to 4 MiB).
+// of 4 KiB for a medium one (64 KiB up to 4 MiB).
 size_t KeptSizeOf(void* pBlock)
 {
     const size_t lUsable = malloc_usable_size(pBlock);
@@ -162,7 +162,7 @@ TEST(MoxMemory, DefaultLargeBlocksAreKeptForReuse)
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
-// A freed medium block (128 KiB up to 4 MiB, whole 4 KiB pages) serves the next medium request that it
+// A freed medium block (64 KiB up to 4 MiB, whole 4 KiB pages) serves the next medium request that it
 // fits closely, MoxCalloc's zeroed among them, and a smaller block that grows into it with MoxRealloc
 // (its bytes moved along).
 TEST(MoxMemory, DefaultMediumBlocksAreKeptForReuse)
@@ -171,7 +171,7 @@ TEST(MoxMemory, DefaultMediumBlocksAreKeptForReuse)
     constexpr size_t lSize = 300 * sgKiB + 5;
     void* lBlock = ExpectKeptForReuse(lSize);
     EXPECT_EQ(MoxGetKeptMemorySize(), 304 * sgKiB);
-    constexpr size_t lSmallSize = 100 * sgKiB;
+    constexpr size_t lSmallSize = 40 * sgKiB;
     auto* lSmall = static_cast<unsigned char*>(MoxMalloc(lSmallSize));
     ASSERT_NE(lSmall, nullptr);
     lSmall[0] = 7;
@@ -248,23 +248,23 @@ TEST(MoxMemory, KeptMediumBlocksNeverRaiseThePeak)
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
-// Frees 18 blocks of pSize bytes, of which the last 16 are kept, then pExtra more bytes' block, kept
-// besides them; MoxReleaseKeptMemory gives all back.
-void ExpectSixteenKept(size_t pSize, size_t pExtra)
+// Frees pCount + 2 blocks of pSize bytes, of which the last pCount are kept, then a block of pExtra
+// bytes, kept besides them; MoxReleaseKeptMemory gives all back.
+void ExpectLastKept(int pCount, size_t pSize, size_t pExtra)
 {
     MoxReleaseKeptMemory();
     std::vector<void*> lBlocks;
-    size_t lLastSixteen = 0;
-    for (int i = 0; i < 18; ++i) {
+    size_t lLast = 0;
+    for (int i = 0; i < pCount + 2; ++i) {
         lBlocks.push_back(MoxMalloc(pSize));
-        if (i >= 2) lLastSixteen += KeptSizeOf(lBlocks.back());
+        if (i >= 2) lLast += KeptSizeOf(lBlocks.back());
     }
     for (void* lBlock : lBlocks) MoxFree(lBlock);
-    EXPECT_EQ(MoxGetKeptMemorySize(), lLastSixteen);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lLast);
     void* lExtra = MoxMalloc(pExtra);
     const size_t lExtraSize = KeptSizeOf(lExtra);
     MoxFree(lExtra);
-    EXPECT_EQ(MoxGetKeptMemorySize(), lLastSixteen + lExtraSize);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lLast + lExtraSize);
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
@@ -290,13 +290,13 @@ void ExpectOldestGivenBack(size_t pSize)
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
-// At most 16 large blocks and 512 MiB are kept, and 16 medium blocks and 8 MiB besides them, the oldest
+// At most 16 large blocks and 512 MiB are kept, and 32 medium blocks and 8 MiB besides them, the oldest
 // given back first; MoxReleaseKeptMemory gives all back.
 TEST(MoxMemory, KeptBlocksAreBounded)
 {
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
-    ExpectSixteenKept(4 * sgMiB, 200 * sgKiB);
-    ExpectSixteenKept(200 * sgKiB, 4 * sgMiB);
+    ExpectLastKept(16, 4 * sgMiB, 200 * sgKiB);
+    ExpectLastKept(32, 200 * sgKiB, 4 * sgMiB);
     ExpectOldestGivenBack(200 * sgMiB);
     ExpectOldestGivenBack(3 * sgMiB);
     MoxFree(MoxMalloc(520 * sgMiB));  // larger than all that is kept at most

@@ -28,7 +28,7 @@ size_t MoxAllocSize(size_t pCount, size_t pSize);
 size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 
 // Each setter installs a handler; nullptr restores the default: the C library's function, except, on
-// Linux with glibc, for blocks of 128 KiB and more. Those of 4 MiB and more are large: a new one starts
+// Linux with glibc, for blocks of 64 KiB and more. Those of 4 MiB and more are large: a new one starts
 // 2 MiB-aligned, its size is rounded up to whole 2 MiB pages and it is advised for transparent huge pages
 // (madvise(MADV_HUGEPAGE)), so that a first touch faults once per 2 MiB, not per 4 KiB. The others are
 // medium: a new one is rounded up to whole 4 KiB pages. Every default block is a C library block (free
@@ -45,9 +45,9 @@ size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 // - a request that no kept block serves first gives back the oldest kept blocks of its kind by which
 //   the blocks of that kind in use and kept would pass the most that they ever took; so keeping never
 //   raises the peak of either kind, and a process whose memory only grows keeps nothing at its peak;
-// - at most 16 large blocks and 512 MiB, and 16 medium blocks and 8 MiB, are kept, the oldest given
+// - at most 16 large blocks and 512 MiB, and 32 medium blocks and 8 MiB, are kept, the oldest given
 //   back first;
-// - a block that grows to 128 KiB or more through MoxRealloc moves to a block of MoxMalloc (a kept one
+// - a block that grows to 64 KiB or more through MoxRealloc moves to a block of MoxMalloc (a kept one
 //   when one fits), unless it has the room already;
 // - replaced handlers bypass all of this (blocks freed by a replaced free handler are not kept);
 // - builds under AddressSanitizer keep nothing, so that it sees every use after free.
