@@ -248,11 +248,36 @@ TEST(MoxMemory, KeptMediumBlocksNeverRaiseThePeak)
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
-// Frees pCount + 2 blocks of pSize bytes, of which the last pCount are kept, then a block of pExtra
-// bytes, kept besides them; MoxReleaseKeptMemory gives all back.
+// A fresh large block gives back the kept medium blocks first (the process is growing); a kept large
+// block that serves a request leaves them kept.
+TEST(MoxMemory, FreshLargeBlocksGiveBackMediumOnes)
+{
+    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
+    MoxReleaseKeptMemory();
+    void* lMedium = MoxMalloc(sgMiB);
+    const size_t lMediumSize = KeptSizeOf(lMedium);
+    void* lLarge = MoxMalloc(8 * sgMiB);
+    const size_t lLargeSize = KeptSizeOf(lLarge);
+    MoxFree(lMedium);
+    MoxFree(lLarge);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lMediumSize + lLargeSize);
+    void* lAgain = MoxMalloc(8 * sgMiB);
+    EXPECT_EQ(lAgain, lLarge);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lMediumSize);
+    void* lFresh = MoxMalloc(20 * sgMiB);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    MoxFree(lFresh);
+    MoxFree(lAgain);
+    MoxReleaseKeptMemory();
+}
+
+// With a block of pExtra bytes in use, frees pCount + 2 blocks of pSize bytes, of which the last pCount
+// are kept, then the first block, kept besides them; MoxReleaseKeptMemory gives all back.
 void ExpectLastKept(int pCount, size_t pSize, size_t pExtra)
 {
     MoxReleaseKeptMemory();
+    void* lExtra = MoxMalloc(pExtra);
+    const size_t lExtraSize = KeptSizeOf(lExtra);
     std::vector<void*> lBlocks;
     size_t lLast = 0;
     for (int i = 0; i < pCount + 2; ++i) {
@@ -261,8 +286,6 @@ void ExpectLastKept(int pCount, size_t pSize, size_t pExtra)
     }
     for (void* lBlock : lBlocks) MoxFree(lBlock);
     EXPECT_EQ(MoxGetKeptMemorySize(), lLast);
-    void* lExtra = MoxMalloc(pExtra);
-    const size_t lExtraSize = KeptSizeOf(lExtra);
     MoxFree(lExtra);
     EXPECT_EQ(MoxGetKeptMemorySize(), lLast + lExtraSize);
     MoxReleaseKeptMemory();
