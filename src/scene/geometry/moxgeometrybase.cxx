@@ -41,8 +41,9 @@ void InitVectorElement(MoxVectorElement& pElement, MoxLayerElement::EMappingMode
             lDirect.SetCount(lCount);
             break;
         case detail::EMoxInitValues::eUnwritten:
-            // No old value is kept either: the emptied array grows into a fresh block, without a copy.
-            detail::MoxUnwrittenValues::SetCount(lDirect, 0);
+            // No old value is kept either: an array too short is released first, so that its old values are
+            // neither copied nor held beside the new block.
+            if (lDirect.GetCount() < lCount) lDirect.Clear();
             detail::MoxUnwrittenValues::SetCount(lDirect, lCount);
             break;
     }

@@ -710,7 +710,7 @@ std::vector<MoxVector4> PlainNormalsPerControlPoint(const MoxMesh& pMesh, bool p
 // Generation writes every value of the element it sizes, whatever the storage held: fresh blocks and the
 // storage of the element already there are filled with a pattern first, and the values still match the
 // plain walk bit for bit (per polygon vertex and per control point, with degenerate polygons, invalid
-// indices, polygons of one or two vertices and meshes without polygons).
+// indices, polygons of one or two vertices and meshes whose polygons are all empty).
 TEST(MoxMeshGenerateNormals, EveryValueIsWrittenOverPatternedStorage)
 {
     std::mt19937 lRandom(13);
