@@ -477,33 +477,55 @@ private:
 
 // Step 2 when no entry points forward and every control point has one: the first use of a control
 // point is then its first polygon vertex in the vertices as they were, and the rewrites for the points
-// below it never reach it, so one pass over the polygon vertices in order, marking the points met, does
-// what the pass by control point does. False when memory ran out.
-bool MoveToFirstUses(int* pVertices, int pVertexCount, const int* pList, int pCount, const MoxVector4* pNormals,
-                     int pNormalCount, MoxVector4* pBuffer, int pKeptCount)
+// below it never reach it, so passes over the polygon vertices in order, marking the points met, do what
+// the pass by control point does. Normals move in place, position k taking the normal of the control
+// point first used there (zero where none is): position k is written after every position below it, so
+// of the normals still needed only those moving up are saved first, and no array of a normal per point
+// is made. False, with nothing changed, when memory ran out.
+bool MoveToFirstUses(int* pVertices, int pVertexCount, const int* pList, int pCount, MoxVector4* pNormals,
+                     int pNormalCount, int pKeptCount)
 {
     PointBits lMet(pCount);
-    if (!lMet.Init()) return false;
+    PointBits lFirst(pVertexCount);
+    PointBits lSaved(pKeptCount);  // normals moving up to a later position
+    if (!lMet.Init() || !lFirst.Init() || !lSaved.Init()) return false;
     for (int k = 0; k < pVertexCount; ++k) {
         const int lPoint = pVertices[k];
         if (static_cast<unsigned>(lPoint) >= static_cast<unsigned>(pCount) || lMet.Test(lPoint)) continue;
         lMet.Set(lPoint);
-        if (k < pKeptCount && lPoint < pNormalCount) pBuffer[k] = pNormals[lPoint];
-        pVertices[k] = pList[lPoint];
+        lFirst.Set(k);
+        if (k < pKeptCount && lPoint < k) lSaved.Set(lPoint);
     }
+    lSaved.CountBelow();
+    MoxScratch<MoxVector4> lSavedNormals(lSaved.Below(pKeptCount));
+    if (!lSavedNormals.Get()) return false;
+    for (int c = 0; c < pKeptCount; ++c)
+        if (lSaved.Test(c)) lSavedNormals[lSaved.Below(c)] = pNormals[c];
+    for (int k = 0; k < pKeptCount; ++k) {
+        const int lPoint = k < pVertexCount && lFirst.Test(k) ? pVertices[k] : -1;
+        if (lPoint < 0 || lPoint >= pNormalCount)
+            pNormals[k] = MoxVector4();
+        else
+            pNormals[k] = lPoint < k ? lSavedNormals[lSaved.Below(lPoint)] : pNormals[lPoint];
+    }
+    for (int k = 0; k < pVertexCount; ++k)
+        if (lFirst.Test(k)) pVertices[k] = pList[pVertices[k]];
     return true;
 }
 
 // Step 2 by control point, for any merge list: i in increasing order, its first use looked up in the
-// polygon vertices as already rewritten for the control points below i. False when memory ran out.
-bool MoveByControlPoint(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, bool pForward,
-                        const MoxVector4* pNormals, int pNormalCount, MoxVector4* pBuffer, int pKeptCount)
+// polygon vertices as already rewritten for the control points below i. Nothing changes when memory ran
+// out.
+void MoveByControlPoint(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, bool pForward, MoxVector4* pNormals,
+                        int pNormalCount, int pKeptCount)
 {
     const int lVertexCount = pMesh.mPolygonVertices.GetCount();
     MoxArray<int> lFirstUse;
-    MoxArray<int> lRewrittenUse;  // only when some entry points forward
-    if (!MoxFillArray(lFirstUse, pCount, INT_MAX) || (pForward && !MoxFillArray(lRewrittenUse, pCount, INT_MAX)))
-        return false;
+    MoxArray<int> lRewrittenUse;   // only when some entry points forward
+    MoxArray<MoxVector4> lBuffer;  // the normals that stay
+    if (!MoxFillArray(lFirstUse, pCount, INT_MAX) || (pForward && !MoxFillArray(lRewrittenUse, pCount, INT_MAX)) ||
+        (pKeptCount > 0 && !MoxFillArray(lBuffer, pKeptCount, MoxVector4())))
+        return;
     int* lVertices = pMesh.mPolygonVertices.GetArray();
     for (int k = lVertexCount - 1; k >= 0; --k)
         if (static_cast<unsigned>(lVertices[k]) < static_cast<unsigned>(pCount)) lFirstUse.GetArray()[lVertices[k]] = k;
@@ -512,13 +534,14 @@ bool MoveByControlPoint(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, b
         const int lUse =
             pForward ? std::min(lFirstUse.GetArray()[i], lRewrittenUse.GetArray()[i]) : lFirstUse.GetArray()[i];
         if (lUse == INT_MAX) continue;
-        if (lUse < pKeptCount && i < pNormalCount) pBuffer[lUse] = pNormals[i];
+        if (lUse < pKeptCount && i < pNormalCount) lBuffer.GetArray()[lUse] = pNormals[i];
         const int lTarget = pMergeList[i];
         lVertices[lUse] = lTarget;
         if (pForward && lTarget > i && lTarget < pCount)
             lRewrittenUse.GetArray()[lTarget] = std::min(lRewrittenUse.GetArray()[lTarget], lUse);
     }
-    return true;
+    if (pKeptCount > 0)
+        std::memcpy(static_cast<void*>(pNormals), lBuffer.GetArray(), sizeof(MoxVector4) * size_t(pKeptCount));
 }
 
 // Step 2: control point i moves its normal and its merge-list entry to the first polygon vertex that uses
@@ -526,7 +549,7 @@ bool MoveByControlPoint(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, b
 // the polygon vertices as already rewritten for the control points below i: the first original use, or
 // an earlier rewritten position whose new value is i. A control point that no polygon vertex uses moves
 // nothing; a polygon vertex past the control point count takes no normal. Missing normals are skipped.
-// Only the normals that stay are buffered: a normal moved past the end of the array is dropped.
+// A normal moved past the end of the array is dropped.
 void ReorderNormalsByPolygonVertex(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, VectorArray* pNormals)
 {
     MoxVector4* lNormals = pNormals ? pNormals->GetLocked(MoxLayerElementArray::eReadWriteLock) : nullptr;
@@ -535,17 +558,10 @@ void ReorderNormalsByPolygonVertex(MoxMesh& pMesh, MoxArray<int>& pMergeList, in
     bool lForward = false;
     for (int i = 0; i < std::min(pCount, pMergeList.GetCount()) && !lForward; ++i)
         lForward = pMergeList.GetArray()[i] > i;
-    MoxArray<MoxVector4> lBuffer;
-    const bool lBuffered = lKeptCount == 0 || MoxFillArray(lBuffer, lKeptCount, MoxVector4());
     const bool lInOrder = !lForward && pMergeList.GetCount() >= pCount;
-    const bool lMoved =
-        lBuffered && ((lInOrder && MoveToFirstUses(pMesh.mPolygonVertices.GetArray(), pMesh.mPolygonVertices.GetCount(),
-                                                   pMergeList.GetArray(), pCount, lNormals, lNormalCount,
-                                                   lBuffer.GetArray(), lKeptCount)) ||
-                      MoveByControlPoint(pMesh, pMergeList, pCount, lForward, lNormals, lNormalCount,
-                                         lBuffer.GetArray(), lKeptCount));
-    if (lMoved && lKeptCount > 0)
-        std::memcpy(static_cast<void*>(lNormals), lBuffer.GetArray(), sizeof(MoxVector4) * size_t(lKeptCount));
+    if (!lInOrder || !MoveToFirstUses(pMesh.mPolygonVertices.GetArray(), pMesh.mPolygonVertices.GetCount(),
+                                      pMergeList.GetArray(), pCount, lNormals, lNormalCount, lKeptCount))
+        MoveByControlPoint(pMesh, pMergeList, pCount, lForward, lNormals, lNormalCount, lKeptCount);
     if (pNormals) pNormals->Release(&lNormals);
 }
 
