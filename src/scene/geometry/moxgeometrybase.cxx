@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "scene/geometry/detail/moxunwrittenvalues.h"
+
 namespace moxsdk {
 
 namespace {
@@ -20,15 +22,43 @@ X* EnsureElement(MoxLayer& pLayer, X* (MoxLayer::*pGet)(), void (MoxLayer::*pSet
     return lElement;
 }
 
-// Makes pElement direct with pCount values (none for a negative count), mapped by pMapping. pClearMode 0
-// keeps the values that stay in range.
-void InitVectorElement(MoxVectorElement& pElement, MoxLayerElement::EMappingMode pMapping, int pCount, int pClearMode)
+// Makes pElement direct with pCount values (none for a negative count), mapped by pMapping, the values as
+// pValues says.
+void InitVectorElement(MoxVectorElement& pElement, MoxLayerElement::EMappingMode pMapping, int pCount,
+                       detail::EMoxInitValues pValues)
 {
     pElement.SetMappingMode(pMapping);
     pElement.SetReferenceMode(MoxLayerElement::eDirect);
     pElement.mIndexArray->Clear();
-    if (pClearMode != 0) pElement.mDirectArray->Clear();
-    pElement.mDirectArray->SetCount(std::max(pCount, 0));
+    MoxLayerElementArray& lDirect = *pElement.mDirectArray;
+    const int lCount = std::max(pCount, 0);
+    switch (pValues) {
+        case detail::EMoxInitValues::eZero:
+            lDirect.Clear();
+            lDirect.SetCount(lCount);
+            break;
+        case detail::EMoxInitValues::eKept:
+            lDirect.SetCount(lCount);
+            break;
+        case detail::EMoxInitValues::eUnwritten:
+            // No old value is kept either: an array too short is released first, so that its old values are
+            // neither copied nor held beside the new block.
+            if (lDirect.GetCount() < lCount) lDirect.Clear();
+            detail::MoxUnwrittenValues::SetCount(lDirect, lCount);
+            break;
+    }
+}
+
+// The per-polygon-vertex element of pLayer that pGet gives (created with pName and installed with pSet
+// when missing), named pName, with pCount values as pValues says.
+template <class X>
+void InitPolygonVertexElement(MoxLayer* pLayer, X* (MoxLayer::*pGet)(), void (MoxLayer::*pSet)(X*), const char* pName,
+                              int pCount, detail::EMoxInitValues pValues)
+{
+    X* lElement = pLayer ? EnsureElement(*pLayer, pGet, pSet, pName) : nullptr;
+    if (!lElement) return;
+    lElement->SetName(pName);
+    InitVectorElement(*lElement, MoxLayerElement::eByPolygonVertex, pCount, pValues);
 }
 
 // The direct array of pElement when its reference mode has one.
@@ -163,15 +193,7 @@ size_t MoxGeometryBase::MemoryUsage() const
 
 void MoxGeometryBase::InitNormals(int pCount, int pClearMode)
 {
-    MoxLayer* lLayer = LayerAt(0);
-    MoxLayerElementNormal* lNormals =
-        lLayer ? EnsureElement(*lLayer, &MoxLayer::GetNormals, &MoxLayer::SetNormals, "") : nullptr;
-    if (!lNormals) return;
-    // Only normals read a count of 0 (or less) as one value per control point.
-    if (pCount <= 0)
-        InitVectorElement(*lNormals, MoxLayerElement::eByControlPoint, GetControlPointsCount(), pClearMode);
-    else
-        InitVectorElement(*lNormals, MoxLayerElement::eByPolygonVertex, pCount, pClearMode);
+    InitNormals(pCount, pClearMode != 0 ? detail::EMoxInitValues::eZero : detail::EMoxInitValues::eKept);
 }
 
 bool MoxGeometryBase::GetNormals(MoxLayerElementArrayTemplate<MoxVector4>** pNormals) const
@@ -188,22 +210,12 @@ bool MoxGeometryBase::GetNormalsIndices(MoxLayerElementArrayTemplate<int>** pInd
 
 void MoxGeometryBase::InitTangents(int pCount, int pLayerIndex, const char* pName)
 {
-    MoxLayer* lLayer = LayerAt(pLayerIndex);
-    MoxLayerElementTangent* lTangents =
-        lLayer ? EnsureElement(*lLayer, &MoxLayer::GetTangents, &MoxLayer::SetTangents, pName) : nullptr;
-    if (!lTangents) return;
-    lTangents->SetName(pName);
-    InitVectorElement(*lTangents, MoxLayerElement::eByPolygonVertex, pCount, 1);
+    InitTangents(pCount, pLayerIndex, pName, detail::EMoxInitValues::eZero);
 }
 
 void MoxGeometryBase::InitBinormals(int pCount, int pLayerIndex, const char* pName)
 {
-    MoxLayer* lLayer = LayerAt(pLayerIndex);
-    MoxLayerElementBinormal* lBinormals =
-        lLayer ? EnsureElement(*lLayer, &MoxLayer::GetBinormals, &MoxLayer::SetBinormals, pName) : nullptr;
-    if (!lBinormals) return;
-    lBinormals->SetName(pName);
-    InitVectorElement(*lBinormals, MoxLayerElement::eByPolygonVertex, pCount, 1);
+    InitBinormals(pCount, pLayerIndex, pName, detail::EMoxInitValues::eZero);
 }
 
 bool MoxGeometryBase::GetTangents(MoxLayerElementArrayTemplate<MoxVector4>** pTangents, int pLayerIndex) const
@@ -290,6 +302,31 @@ void MoxGeometryBase::Destruct(bool pRecursive)
 {
     mControlPoints.Clear();
     MoxLayerContainer::Destruct(pRecursive);
+}
+
+void MoxGeometryBase::InitNormals(int pCount, detail::EMoxInitValues pValues)
+{
+    MoxLayer* lLayer = LayerAt(0);
+    MoxLayerElementNormal* lNormals =
+        lLayer ? EnsureElement(*lLayer, &MoxLayer::GetNormals, &MoxLayer::SetNormals, "") : nullptr;
+    if (!lNormals) return;
+    // Only normals read a count of 0 (or less) as one value per control point.
+    if (pCount <= 0)
+        InitVectorElement(*lNormals, MoxLayerElement::eByControlPoint, GetControlPointsCount(), pValues);
+    else
+        InitVectorElement(*lNormals, MoxLayerElement::eByPolygonVertex, pCount, pValues);
+}
+
+void MoxGeometryBase::InitTangents(int pCount, int pLayerIndex, const char* pName, detail::EMoxInitValues pValues)
+{
+    InitPolygonVertexElement(LayerAt(pLayerIndex), &MoxLayer::GetTangents, &MoxLayer::SetTangents, pName, pCount,
+                             pValues);
+}
+
+void MoxGeometryBase::InitBinormals(int pCount, int pLayerIndex, const char* pName, detail::EMoxInitValues pValues)
+{
+    InitPolygonVertexElement(LayerAt(pLayerIndex), &MoxLayer::GetBinormals, &MoxLayer::SetBinormals, pName, pCount,
+                             pValues);
 }
 
 MoxLayer* MoxGeometryBase::LayerAt(int pIndex)

@@ -211,17 +211,18 @@ void MoxLayerElementArray::Release(void** pDataPtr, EMoxType /*pDataType*/)
     if (pDataPtr) *pDataPtr = nullptr;
 }
 
-void MoxLayerElementArray::SetCount(int pCount, EMoxMemoryClearMode pClearMode)
+void MoxLayerElementArray::SetCount(int pCount, EMoxMemoryClearMode /*pClearMode*/)
+{
+    const int lOldCount = mCount;
+    SetCountUninitialized(pCount);
+    // Both clear modes: the storage past the old count holds whatever was left there.
+    if (mCount > lOldCount) std::memset(Slot(lOldCount), 0, static_cast<size_t>(mCount - lOldCount) * mValueSize);
+}
+
+void MoxLayerElementArray::SetCountUninitialized(int pCount)
 {
     if (pCount < 0) pCount = 0;
-    if (pCount > mCount) {
-        if (!Reserve(pCount)) return;
-        // The storage past the count is kept zero, so both clear modes leave new values at zero.
-        if (pClearMode == eMoxMemoryClear)
-            std::memset(Slot(mCount), 0, static_cast<size_t>(pCount - mCount) * mValueSize);
-    } else if (pCount < mCount) {
-        std::memset(Slot(pCount), 0, static_cast<size_t>(mCount - pCount) * mValueSize);
-    }
+    if (pCount > mCount && !Reserve(pCount)) return;
     mCount = pCount;
 }
 
@@ -259,7 +260,6 @@ bool MoxLayerElementArray::CopyFrom(const MoxLayerElementArray& pOther)
     if (this == &pOther) return true;
     if (pOther.mDataType != mDataType || pOther.mValueSize != mValueSize) return false;
     if (!Reserve(pOther.mCount)) return false;
-    SetCount(0);
     if (pOther.mCount > 0) std::memcpy(mData, pOther.mData, static_cast<size_t>(pOther.mCount) * mValueSize);
     mCount = pOther.mCount;
     return true;
@@ -299,7 +299,6 @@ bool MoxLayerElementArray::RemoveAt(int pIndex, void** pItem, EMoxType pValueTyp
     if (pItem) std::memcpy(pItem, lSlot, static_cast<size_t>(mValueSize));
     std::memmove(Slot(pIndex), Slot(pIndex + 1), static_cast<size_t>(mCount - pIndex - 1) * mValueSize);
     --mCount;
-    std::memset(Slot(mCount), 0, static_cast<size_t>(mValueSize));
     return true;
 }
 
@@ -327,13 +326,15 @@ bool MoxLayerElementArray::Reserve(int pCount)
     const long long lDoubled = 2LL * mCapacity;
     const long long lWanted = lDoubled > pCount ? lDoubled : pCount;
     const int lCapacity = lWanted > INT_MAX ? INT_MAX : static_cast<int>(lWanted);
-    void* lBlock = MoxRealloc(mData, MoxAllocSize(static_cast<size_t>(lCapacity), static_cast<size_t>(mValueSize)));
+    const size_t lBytes = MoxAllocSize(static_cast<size_t>(lCapacity), static_cast<size_t>(mValueSize));
+    // An empty array has no values to carry over: a fresh block spares the copy that a reallocation makes.
+    void* lBlock = mCount == 0 ? MoxMalloc(lBytes) : MoxRealloc(mData, lBytes);
     if (!lBlock) {
         MOX_REPORT(sgFile, sgNoValueMemory.mText);
         return false;
     }
+    if (mCount == 0) MoxFree(mData);
     mData = static_cast<unsigned char*>(lBlock);
-    std::memset(Slot(mCapacity), 0, static_cast<size_t>(lCapacity - mCapacity) * mValueSize);
     mCapacity = lCapacity;
     return true;
 }

@@ -357,8 +357,8 @@ bool CompactEdgeArray(MoxArray<int>& pEdges, const int* pList, int pListCount)
     return true;
 }
 
-// As CompactValues for a layer element array, whose RemoveAt ignores positions past its count and which
-// keeps its storage past the count zero (SetCount does that).
+// As CompactValues for a layer element array, whose RemoveAt ignores positions past its count and whose
+// storage past the count holds no values (what the compaction leaves there stays).
 void CompactLayerArray(MoxLayerElementArray& pArray, const int* pList, int pListCount)
 {
     void* lData = pArray.GetLocked(MoxLayerElementArray::eReadWriteLock);

@@ -40,6 +40,7 @@
 #include "core/base/moxscratch.h"
 #include "detail/moxmeshcorners.h"
 #include "detail/moxmeshreports.h"
+#include "detail/moxunwrittenvalues.h"
 #include "moxsdk/core/math/moxmath.h"
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxlayerelementreader.h"
@@ -327,8 +328,7 @@ MoxLayerElementArrayTemplate<MoxVector4>* NormalArray(const MoxMesh& pMesh, cons
 }
 
 // True when layer 0's normal element holds at least pCount > 0 values: writing pCount values over all of
-// it can then keep its storage (InitNormals with clear mode 0 allocates and zero-fills nothing) and end as
-// emptying it first would.
+// it can then keep its storage and end as emptying it first would.
 bool HoldsNormals(const MoxMesh& pMesh, int pCount)
 {
     const MoxLayer* lLayer = pMesh.GetLayer(0);
@@ -336,11 +336,15 @@ bool HoldsNormals(const MoxMesh& pMesh, int pCount)
     return pCount > 0 && lElement && lElement->mDirectArray->GetCount() >= pCount;
 }
 
-// Layer 0's normals sized for pCount values (InitNormals' count) that are all about to be written:
-// pWritten of them, in the storage already there when it holds enough.
+// Layer 0's normals sized for pCount values (InitNormals' count), of which the caller writes pWritten. When
+// that is every value, none is zeroed first and storage that holds enough is kept; otherwise (a mesh without
+// polygon vertices keeps one zero value per control point) they start at zero.
 void InitWrittenNormals(MoxMesh& pMesh, int pCount, int pWritten)
 {
-    pMesh.InitNormals(pCount, HoldsNormals(pMesh, pWritten) ? 0 : 1);
+    if (pWritten >= (pCount > 0 ? pCount : pMesh.GetControlPointsCount()))
+        detail::MoxUnwrittenValues::InitNormals(pMesh, pCount);
+    else
+        pMesh.InitNormals(pCount, 1);
 }
 
 // Writes pCount averaged records (AveragedNormal) into pDirect, within its count. Records missing from a

@@ -128,7 +128,7 @@ void RemoveRunFromElementArray(MoxLayerElementArray& pArray, int pStart, int pCo
                  size_t(lCount - pStart - lRemoved) * lValueSize);
     void* lLocked = lData;
     pArray.Release(&lLocked, pArray.GetDataType());
-    pArray.SetCount(lCount - lRemoved);  // zeroes the vacated values, as RemoveAt does
+    pArray.SetCount(lCount - lRemoved);
 }
 
 // RemoveAt of every listed position (ascending, distinct) from the largest down: the positions past the

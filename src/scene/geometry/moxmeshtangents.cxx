@@ -58,9 +58,9 @@
 // - Plain records are welded during the pass: a control point's list as soon as its last record is stored
 //   (ListWelder). Lists share no slot, so the order in which they are welded changes nothing. Other records
 //   are welded list by list after the pass.
-// - A tangent or binormal element that already has the output's shape (its name, one direct value per
-//   polygon vertex) is written over in place when plain records cover every polygon vertex: re-running
-//   the generation neither frees nor zero-fills it.
+// - Plain records covering every polygon vertex write every output value, so the output is sized without
+//   zeroing its values first, in the storage of an element already there when that holds enough:
+//   re-running the generation neither frees nor zero-fills it. Otherwise the output starts at zero.
 //
 // Cost: the plan, the pass and the lists (count, prefix sum, place) are linear in the corners. The weld
 // scans short lists directly; a list longer than sgPlainWeldLimit goes through a grid of normal cells
@@ -85,6 +85,7 @@
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "scene/geometry/detail/moxmeshreports.h"
 #include "scene/geometry/detail/moxtangentbasis.h"
+#include "scene/geometry/detail/moxunwrittenvalues.h"
 
 namespace moxsdk {
 namespace {
@@ -145,27 +146,21 @@ struct FrameOutput {
     }
 };
 
-// True when pElement already is what InitTangents / InitBinormals would leave of it for pCount values named
-// pName, so that only its values need writing.
-bool HasOutputShape(const MoxLayerElementTemplate<MoxVector4>* pElement, int pCount, const char* pName)
-{
-    return pElement && pElement->GetMappingMode() == MoxLayerElement::eByPolygonVertex &&
-           pElement->GetReferenceMode() == MoxLayerElement::eDirect && pElement->mIndexArray->GetCount() == 0 &&
-           pElement->mDirectArray->GetCount() == pCount && std::strcmp(pElement->GetName(), pName) == 0;
-}
-
 // The tangent and binormal elements of pLayer, one direct value per polygon vertex, named pName, locked.
-// With pReuse, an element already of that shape keeps its values (the caller overwrites every one).
-FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pReuse)
+// With pWritesAll (the caller writes every value) their values are neither zeroed nor kept, and storage
+// that holds enough is reused.
+FrameOutput CreateOutput(MoxMesh& pMesh, int pLayer, const char* pName, bool pWritesAll)
 {
     FrameOutput lOutput;
-    const MoxLayer* lLayer = pMesh.GetLayer(pLayer);
     const int lCount = pMesh.GetPolygonVertexCount();
-    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetTangents(), lCount, pName)))
+    if (pWritesAll) {
+        detail::MoxUnwrittenValues::InitTangents(pMesh, lCount, pLayer, pName);
+        detail::MoxUnwrittenValues::InitBinormals(pMesh, lCount, pLayer, pName);
+    } else {
         pMesh.InitTangents(lCount, pLayer, pName);
-    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
-    if (!(pReuse && lLayer && HasOutputShape(lLayer->GetBinormals(), lCount, pName)))
         pMesh.InitBinormals(lCount, pLayer, pName);
+    }
+    pMesh.GetTangents(&lOutput.mTangentArray, pLayer);
     pMesh.GetBinormals(&lOutput.mBinormalArray, pLayer);
     lOutput.Lock();
     return lOutput;
@@ -959,7 +954,7 @@ bool MoxMesh::GenerateTangentsData(MoxLayerElementUV* pUVSet, int pUVSetLayerInd
         return false;
     }
 
-    // Plain records covering every polygon vertex overwrite an output element of the right shape in place.
+    // Plain records covering every polygon vertex write every output value.
     const bool lCoversAll = lPlain && lLists.GetPlaced() == GetPolygonVertexCount();
     FrameOutput lOutput = CreateOutput(*this, pUVSetLayerIndex, pUVSet->GetName(), lCoversAll);
     bool lDone = true;

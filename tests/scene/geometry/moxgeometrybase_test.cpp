@@ -5,6 +5,7 @@
 #include "moxsdk/scene/moxmanager.h"
 #include "moxsdk/scene/moxnode.h"
 #include "moxsdk/scene/moxshape.h"
+#include "scene/geometry/detail/moxunwrittenvalues.h"
 #include "support/moxtestsupport.h"
 
 using namespace moxsdk;
@@ -188,6 +189,103 @@ TEST_F(GeometryBaseTest, InitTangentsAndBinormalsOnTheGivenLayer)
     EXPECT_EQ(mGeometry->GetLayerCount(), 3);
     EXPECT_EQ(mGeometry->GetElementTangentCount(), 1);
     EXPECT_EQ(mGeometry->GetElementBinormal(0), lBinormals);
+}
+
+// The library's own Init for values it is about to write: the modes, names, layers and counts of the public
+// Init operations, no index array, and the storage of the element already there reused when it holds
+// enough.
+TEST_F(GeometryBaseTest, UnwrittenInitShapesTheElementsAsInitDoes)
+{
+    mGeometry->InitControlPoints(5);
+    detail::MoxUnwrittenValues::InitNormals(*mGeometry, 0);
+    MoxLayerElementNormal* lNormals = mGeometry->GetLayer(0)->GetNormals();
+    ASSERT_NE(lNormals, nullptr);
+    EXPECT_EQ(lNormals->GetMappingMode(), MoxLayerElement::eByControlPoint);
+    EXPECT_EQ(lNormals->GetReferenceMode(), MoxLayerElement::eDirect);
+    EXPECT_EQ(lNormals->mDirectArray->GetCount(), 5);
+    lNormals->SetReferenceMode(MoxLayerElement::eIndexToDirect);
+    lNormals->mIndexArray->Add(3);
+    detail::MoxUnwrittenValues::InitNormals(*mGeometry, 24);
+    EXPECT_EQ(mGeometry->GetLayer(0)->GetNormals(), lNormals);
+    EXPECT_EQ(lNormals->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+    EXPECT_EQ(lNormals->GetReferenceMode(), MoxLayerElement::eDirect);
+    EXPECT_EQ(lNormals->mIndexArray->GetCount(), 0);
+    EXPECT_EQ(lNormals->mDirectArray->GetCount(), 24);
+    const void* lStorage = lNormals->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock);
+    detail::MoxUnwrittenValues::InitNormals(*mGeometry, 10);
+    EXPECT_EQ(lNormals->mDirectArray->GetCount(), 10);
+    EXPECT_EQ(lNormals->mDirectArray->GetLocked(MoxLayerElementArray::eReadLock), lStorage);
+
+    detail::MoxUnwrittenValues::InitTangents(*mGeometry, 6, 2, "map1");
+    detail::MoxUnwrittenValues::InitBinormals(*mGeometry, 6, 2, "map1");
+    ASSERT_EQ(mGeometry->GetLayerCount(), 3);
+    for (MoxLayerElementTemplate<MoxVector4>* lElement :
+         {static_cast<MoxLayerElementTemplate<MoxVector4>*>(mGeometry->GetLayer(2)->GetTangents()),
+          static_cast<MoxLayerElementTemplate<MoxVector4>*>(mGeometry->GetLayer(2)->GetBinormals())}) {
+        ASSERT_NE(lElement, nullptr);
+        EXPECT_STREQ(lElement->GetName(), "map1");
+        EXPECT_EQ(lElement->GetMappingMode(), MoxLayerElement::eByPolygonVertex);
+        EXPECT_EQ(lElement->GetReferenceMode(), MoxLayerElement::eDirect);
+        EXPECT_EQ(lElement->mDirectArray->GetCount(), 6);
+    }
+    detail::MoxUnwrittenValues::InitTangents(*mGeometry, 0, 2, "map2");
+    EXPECT_STREQ(mGeometry->GetLayer(2)->GetTangents()->GetName(), "map2");
+    EXPECT_EQ(mGeometry->GetLayer(2)->GetTangents()->mDirectArray->GetCount(), 0);
+    detail::MoxUnwrittenValues::InitBinormals(*mGeometry, 3, -1, "none");
+    EXPECT_EQ(mGeometry->GetLayerCount(), 3);
+}
+
+// When memory for the values runs out, the library's own Init leaves the element empty (no old value
+// survives), with the report of the array.
+TEST_F(GeometryBaseTest, UnwrittenInitWithoutMemoryLeavesNoValue)
+{
+    mGeometry->InitNormals(3, 1);
+    moxtest::ReportCapture lCapture;
+    {
+        moxtest::AllocationTracker lTracker;
+        lTracker.FailAll(true);
+        detail::MoxUnwrittenValues::InitNormals(*mGeometry, 1000);
+    }
+    EXPECT_EQ(mGeometry->GetLayer(0)->GetNormals()->mDirectArray->GetCount(), 0);
+    ASSERT_EQ(lCapture.Count(), 1u);
+    EXPECT_EQ(lCapture.Reports()[0].mFile, "scene/geometry/moxlayer");
+    EXPECT_EQ(lCapture.Reports()[0].mMessage, "mData");
+}
+
+// Whatever the library's own Init left in the storage, the public Init operations give zero values:
+// clear mode 1 all of them, clear mode 0 the new ones (the ones in range are kept).
+TEST_F(GeometryBaseTest, PublicInitGivesZerosOverStorageLeftUnwritten)
+{
+    const MoxVector4 lStale(7, 7, 7, 7);
+    auto lFill = [&lStale](MoxLayerElementArrayTemplate<MoxVector4>& pArray) {
+        MoxVector4* lValues = pArray.GetLocked();
+        for (int i = 0; i < pArray.GetCount(); ++i) lValues[i] = lStale;
+        pArray.Release(&lValues);
+    };
+    detail::MoxUnwrittenValues::InitNormals(*mGeometry, 12);
+    MoxLayerElementArrayTemplate<MoxVector4>& lNormals = *mGeometry->GetLayer(0)->GetNormals()->mDirectArray;
+    lFill(lNormals);
+    detail::MoxUnwrittenValues::InitNormals(*mGeometry, 4);
+    mGeometry->InitNormals(8, 0);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(lNormals.GetAt(i), lStale) << i;
+    for (int i = 4; i < 8; ++i) EXPECT_EQ(lNormals.GetAt(i), MoxVector4()) << i;
+    mGeometry->InitNormals(12, 1);
+    for (int i = 0; i < 12; ++i) EXPECT_EQ(lNormals.GetAt(i), MoxVector4()) << i;
+
+    detail::MoxUnwrittenValues::InitTangents(*mGeometry, 12, 0, "map");
+    detail::MoxUnwrittenValues::InitBinormals(*mGeometry, 12, 0, "map");
+    MoxLayerElementArrayTemplate<MoxVector4>& lTangents = *mGeometry->GetLayer(0)->GetTangents()->mDirectArray;
+    MoxLayerElementArrayTemplate<MoxVector4>& lBinormals = *mGeometry->GetLayer(0)->GetBinormals()->mDirectArray;
+    lFill(lTangents);
+    lFill(lBinormals);
+    detail::MoxUnwrittenValues::InitTangents(*mGeometry, 2, 0, "map");
+    detail::MoxUnwrittenValues::InitBinormals(*mGeometry, 2, 0, "map");
+    mGeometry->InitTangents(12, 0, "map");
+    mGeometry->InitBinormals(12, 0, "map");
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(lTangents.GetAt(i), MoxVector4()) << i;
+        EXPECT_EQ(lBinormals.GetAt(i), MoxVector4()) << i;
+    }
 }
 
 TEST_F(GeometryBaseTest, SetControlPointAtWithNormal)

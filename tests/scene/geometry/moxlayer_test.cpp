@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "scene/geometry/detail/moxunwrittenvalues.h"
 #include "support/moxtestsupport.h"
 
 using namespace moxsdk;
@@ -242,6 +243,75 @@ TEST(MoxLayerElementArray, FailedGrowthKeepsTheValues)
     EXPECT_EQ(lArray.GetAt(1), 2);
     EXPECT_GE(lCapture.Count(), 1u);
     EXPECT_EQ(lCapture.Reports()[0].mFile, sgFile);
+    EXPECT_EQ(lCapture.Reports()[0].mMessage, "mData");
+}
+
+// The storage past the count keeps what removals and shrinks leave there; a growing SetCount, in either
+// clear mode, still gives zero values.
+TEST(MoxLayerElementArray, GrowingSetCountGivesZerosWhateverTheStorageHeld)
+{
+    MoxLayerElementArrayTemplate<MoxVector4> lArray;
+    for (int i = 1; i <= 8; ++i) lArray.Add(MoxVector4(i, i, i, i));
+    lArray.RemoveAt(0);
+    lArray.SetCount(2);
+    EXPECT_EQ(lArray.GetAt(1), MoxVector4(3, 3, 3, 3));
+    lArray.SetCount(8, eMoxMemoryNoClear);
+    for (int i = 2; i < 8; ++i) EXPECT_EQ(lArray.GetAt(i), MoxVector4()) << i;
+    for (int i = 0; i < 8; ++i) lArray.SetAt(i, MoxVector4(9, 9, 9, 9));
+    lArray.SetCount(1);
+    lArray.Resize(8, eMoxMemoryClear);
+    EXPECT_EQ(lArray.GetAt(0), MoxVector4(9, 9, 9, 9));
+    for (int i = 1; i < 8; ++i) EXPECT_EQ(lArray.GetAt(i), MoxVector4()) << i;
+    lArray.SetCount(0);
+    lArray.SetCount(3);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(lArray.GetAt(i), MoxVector4()) << i;
+    EXPECT_TRUE(lArray.IsValid());
+}
+
+// The library's own sizing for values about to be written: the values in range are kept, the storage
+// is reused within the capacity, and the new values are the caller's to write.
+TEST(MoxLayerElementArray, UnwrittenCountKeepsTheValuesInRange)
+{
+    MoxLayerElementArrayTemplate<int> lArray;
+    for (int i = 0; i < 3; ++i) lArray.Add(i + 10);
+    detail::MoxUnwrittenValues::SetCount(lArray, 100);
+    ASSERT_EQ(lArray.GetCount(), 100);
+    int* lValues = lArray.GetLocked();
+    EXPECT_EQ(lValues[2], 12);
+    for (int i = 3; i < 100; ++i) lValues[i] = i;
+    lArray.Release(&lValues);
+    detail::MoxUnwrittenValues::SetCount(lArray, 2);
+    EXPECT_EQ(lArray.GetCount(), 2);
+    const void* lStorage = lArray.GetLocked(MoxLayerElementArray::eReadLock);
+    detail::MoxUnwrittenValues::SetCount(lArray, 0);
+    EXPECT_EQ(lArray.GetCount(), 0);
+    detail::MoxUnwrittenValues::SetCount(lArray, 50);
+    EXPECT_EQ(lArray.GetLocked(MoxLayerElementArray::eReadLock), lStorage);
+    detail::MoxUnwrittenValues::SetCount(lArray, -4);
+    EXPECT_EQ(lArray.GetCount(), 0);
+    EXPECT_TRUE(lArray.IsValid());
+}
+
+// An emptied array grows into a fresh block; when that cannot be had it keeps its old block, so a count
+// within the old capacity still needs no memory.
+TEST(MoxLayerElementArray, FailedGrowthOfAnEmptiedArrayKeepsItsBlock)
+{
+    MoxLayerElementArrayTemplate<double> lArray;
+    lArray.SetCount(16);
+    lArray.SetCount(0);
+    moxtest::ReportCapture lCapture;
+    {
+        moxtest::AllocationTracker lTracker;
+        lTracker.FailAll(true);
+        lArray.SetCount(1000);
+        EXPECT_EQ(lArray.GetCount(), 0);
+        lArray.SetCount(16);
+        EXPECT_EQ(lArray.GetCount(), 16);
+        EXPECT_EQ(lTracker.Requests(), 1);
+    }
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(lArray.GetAt(i), 0.0) << i;
+    EXPECT_TRUE(lArray.IsValid());
+    ASSERT_EQ(lCapture.Count(), 1u);
     EXPECT_EQ(lCapture.Reports()[0].mMessage, "mData");
 }
 

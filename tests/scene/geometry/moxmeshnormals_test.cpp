@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "scene/geometry/moxmeshnormals_testutil.h"
+#include "support/moxpatternedmemory.h"
 #include "support/moxtestmeshes.h"
 #include "support/moxtestsupport.h"
 
@@ -388,8 +389,8 @@ TEST(MoxMeshGenerateNormals, OverwriteReplacesExistingNormals)
 }
 
 // Regenerating over an element that holds enough values writes over its storage, indexed or not, and
-// ends as a first generation does: same modes, no index array, the same values, bit for bit; the storage
-// past a shrunk count is zero.
+// ends as a first generation does: same modes, no index array, the same values, bit for bit; growing the
+// shrunk array again gives zero values, whatever its storage past the count held.
 TEST(MoxMeshGenerateNormals, RegenerationWritesOverTheElementsStorage)
 {
     moxtest::ManagerScope lScope;
@@ -420,8 +421,8 @@ TEST(MoxMeshGenerateNormals, RegenerationWritesOverTheElementsStorage)
     lActual = NormalsOf(*lMesh);
     ASSERT_EQ(lActual.size(), 8u);
     for (size_t i = 0; i < lActual.size(); ++i) EXPECT_TRUE(SameBits(lActual[i], NormalsOf(*lFresh)[i])) << i;
-    const MoxVector4* lPastCount = static_cast<const MoxVector4*>(lStorage) + 8;
-    for (int i = 0; i < 16; ++i) EXPECT_TRUE(SameBits(lPastCount[i], MoxVector4(0, 0, 0, 0))) << i;
+    lElement->mDirectArray->SetCount(24);
+    for (int i = 8; i < 24; ++i) EXPECT_TRUE(SameBits(lElement->mDirectArray->GetAt(i), MoxVector4(0, 0, 0, 0))) << i;
 }
 
 // Hard corners follow pCW (clockwise: pointing inwards); smoothed corners always take the
@@ -694,6 +695,53 @@ TEST(MoxMeshGenerateNormals, SmoothingByPolygonMatchesThePlainLists)
         ++lCompared;
     }
     EXPECT_GE(lCompared, 200);
+}
+
+// The normals GenerateNormals(true, true, pCW) writes, one per control point, from the plain walk's sums.
+std::vector<MoxVector4> PlainNormalsPerControlPoint(const MoxMesh& pMesh, bool pCW)
+{
+    const std::vector<Record> lRecords = PlainPerControlPoint(pMesh, pCW);
+    // A walk that fails leaves no sums: every control point gets no normal.
+    std::vector<MoxVector4> lNormals(size_t(pMesh.GetControlPointsCount()), MoxVector4(0.0, 0.0, 0.0, 1.0));
+    for (size_t i = 0; i < lRecords.size() && i < lNormals.size(); ++i) lNormals[i] = Averaged(lRecords[i]);
+    return lNormals;
+}
+
+// Generation writes every value of the element it sizes, whatever the storage held: fresh blocks and the
+// storage of the element already there are filled with a pattern first, and the values still match the
+// plain walk bit for bit (per polygon vertex and per control point, with degenerate polygons, invalid
+// indices, polygons of one or two vertices and meshes whose polygons are all empty).
+TEST(MoxMeshGenerateNormals, EveryValueIsWrittenOverPatternedStorage)
+{
+    std::mt19937 lRandom(13);
+    for (int lRound = 0; lRound < 300; ++lRound) {
+        moxtest::ManagerScope lScope;
+        MoxMesh* lMesh = lScope.NewMesh();
+        moxtest::RandomMeshOptions lOptions;
+        lOptions.mInvalidIndices = lRound % 4 == 3;
+        lOptions.mMaxPolygonSize = lRound % 8 == 0 ? 0 : 6;  // empty polygons only: no polygon vertex at all
+        lOptions.mMinPoints = 1;
+        moxtest::MakeRandomMesh(*lMesh, lRandom, lOptions);
+        if (!lMesh->GetLayer(0)) continue;
+        if (lRound % 2) AddSmoothing(*lMesh, MoxLayerElement::eByPolygon, {1, 0, 1, 1, 0, 1, 1, 1});
+        const bool lCW = lRound % 3 == 0;
+        const bool lByPoint = lRound % 5 < 2;
+        const std::vector<MoxVector4> lExpected =
+            lByPoint ? PlainNormalsPerControlPoint(*lMesh, lCW) : PlainGenerateNormals(*lMesh, lCW);
+        for (int lPass = 0; lPass < 2; ++lPass) {
+            {
+                const moxtest::PatternedMalloc lPattern;
+                moxtest::ReportCapture lCapture;
+                ASSERT_TRUE(lMesh->GenerateNormals(true, lByPoint, lCW));
+            }
+            const std::vector<MoxVector4> lActual = NormalsOf(*lMesh);
+            ASSERT_EQ(lActual.size(), lExpected.size()) << lRound;
+            for (size_t i = 0; i < lActual.size(); ++i)
+                ASSERT_TRUE(SameBits(lActual[i], lExpected[i])) << lRound << " pass " << lPass << " value " << i;
+            MoxLayerElementArrayTemplate<MoxVector4>* lDirect = nullptr;
+            if (lMesh->GetNormals(&lDirect)) moxtest::FillWithPattern(lDirect);
+        }
+    }
 }
 
 // A user may write anything through GetPolygonVertices and the polygon table: every mode stays inside

@@ -10,6 +10,7 @@
 #include "moxsdk/core/moxassert.h"
 #include "moxsdk/scene/geometry/moxmesh.h"
 #include "scene/geometry/detail/moxtangentbasis.h"
+#include "support/moxpatternedmemory.h"
 #include "support/moxtestmeshes.h"
 #include "support/moxtestsupport.h"
 
@@ -547,6 +548,7 @@ void CompareCall(MoxMesh& pMesh, MoxMesh& pOracleMesh, const Scenario& pScenario
     Outcome lOracle;
     const bool lWellFormed = pMesh.IsWellFormed();
     {
+        const moxtest::PatternedMalloc lPattern;
         moxtest::ReportCapture lReports;
         const bool lResult = RunLibrary(pMesh, pScenario);
         lLibrary = Capture(pMesh, lResult, lReports);
@@ -565,8 +567,23 @@ void CompareCall(MoxMesh& pMesh, MoxMesh& pOracleMesh, const Scenario& pScenario
         ASSERT_TRUE(SameBits(lLibrary.mValues[i], lOracle.mValues[i])) << pWhat << " value " << i;
 }
 
+// Every tangent and binormal value of pMesh, and the storage past them, filled with the pattern.
+void FillOutputsWithPattern(MoxMesh& pMesh)
+{
+    for (int i = 0; i < pMesh.GetLayerCount(); ++i) {
+        VectorArray* lArray = nullptr;
+        pMesh.GetTangents(&lArray, i);
+        moxtest::FillWithPattern(lArray);
+        lArray = nullptr;
+        pMesh.GetBinormals(&lArray, i);
+        moxtest::FillWithPattern(lArray);
+    }
+}
+
 // Library and oracle on two meshes built from the same seed; then the same call once more, which writes
-// over the elements the first one left (in place where they already have the output's shape).
+// over the elements the first one left, their values and the storage past them first filled with a
+// pattern on both meshes (the library's calls also take fresh blocks filled with it): a value that the
+// library leaves unwritten where the oracle writes one keeps the pattern.
 void CompareWithOracle(unsigned pSeed)
 {
     moxtest::ManagerScope lScope;
@@ -576,6 +593,8 @@ void CompareWithOracle(unsigned pSeed)
     BuildScenario(*lOracleMesh, pSeed);
     CompareCall(*lMesh, *lOracleMesh, lScenario, "seed " + std::to_string(pSeed));
     if (::testing::Test::HasFatalFailure()) return;
+    FillOutputsWithPattern(*lMesh);
+    FillOutputsWithPattern(*lOracleMesh);
     CompareCall(*lMesh, *lOracleMesh, lScenario, "seed " + std::to_string(pSeed) + ", again");
 }
 

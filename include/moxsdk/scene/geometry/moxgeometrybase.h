@@ -11,6 +11,14 @@
 
 namespace moxsdk {
 
+namespace detail {
+struct MoxUnwrittenValues;
+// What the Init operations of the geometry base leave in a direct array: every value zero, the values
+// that stay in range (new ones zero), or no value written (for the library's own generators, which write
+// every value before anything reads one).
+enum class EMoxInitValues { eZero, eKept, eUnwritten };
+}  // namespace detail
+
 class MoxGeometryBase : public MoxLayerContainer {
 public:
     static const MoxClassId ClassId;
@@ -111,6 +119,13 @@ protected:
     MoxArray<MoxVector4> mControlPoints;
 
 private:
+    friend struct detail::MoxUnwrittenValues;
+
+    // The Init operations with their values as pValues says.
+    void InitNormals(int pCount, detail::EMoxInitValues pValues);
+    void InitTangents(int pCount, int pLayerIndex, const char* pName, detail::EMoxInitValues pValues);
+    void InitBinormals(int pCount, int pLayerIndex, const char* pName, detail::EMoxInitValues pValues);
+
     // Layer pIndex, creating the layers up to it when missing; null for a negative index or when memory ran out.
     MoxLayer* LayerAt(int pIndex);
     // Grows the control points to pCount (more than the count), new ones zero; false when memory ran out.

@@ -28,6 +28,9 @@ namespace moxsdk {
 class MoxLayerContainer;
 class MoxSurfaceMaterial;
 class MoxTexture;
+namespace detail {
+struct MoxUnwrittenValues;
+}
 
 // The value type code with which arrays of T are tagged: bool 9, int 10, float 11, double 12,
 // MoxVector2 13, MoxVector4 and MoxColor 15 (both are four doubles), every pointer type 20 (texture,
@@ -73,9 +76,10 @@ int MoxLayerElementValueSize(EMoxType pType);
 //
 // MoxLayerElementArray: an untyped, growable buffer of values of one type code.
 //
-// Storage: one block from MoxRealloc holding `capacity` values of the code's size; values past the
-// count are zero. Growth is geometric, so repeated SetCount(count + 1) or Add stay linear overall. A
-// failed growth, or a failed shrink in Compact, reports "mData" and leaves the array as it was.
+// Storage: one block from MoxRealloc holding `capacity` values of the code's size; the storage past the
+// count holds no values (what it holds is left as it comes: no operation reads it, and a growing SetCount
+// writes zeros over it). Growth is geometric, so repeated SetCount(count + 1) or Add stay linear overall.
+// A failed growth, or a failed shrink in Compact, reports "mData" and leaves the array as it was.
 //
 // Every access names the value type it expects; an access whose type code differs from the array's
 // (or whose size differs) is refused: GetAt/SetAt/RemoveAt return false, Add returns -1, GetLocked and
@@ -106,8 +110,7 @@ public:
 
     EMoxType GetDataType() const { return mDataType; }
     int GetCount() const { return mCount; }
-    // Sets the count; new values are zero whatever the clear mode (eMoxMemoryClear zeroes them explicitly,
-    // eMoxMemoryNoClear takes the zero the storage holds). A negative count is treated as 0.
+    // Sets the count; new values are zero whatever the clear mode. A negative count is treated as 0.
     void SetCount(int pCount, EMoxMemoryClearMode pClearMode = eMoxMemoryNoClear);
     // The same as SetCount.
     void Resize(int pItemCount, EMoxMemoryClearMode pClearMode = eMoxMemoryNoClear);
@@ -168,6 +171,11 @@ public:
     bool IsValid() const;
 
 private:
+    friend struct detail::MoxUnwrittenValues;
+
+    // SetCount without writing the new values: for the library's own generators, which write every one of
+    // them before anything reads it.
+    void SetCountUninitialized(int pCount);
     // True when an access with pValueType may touch the storage.
     bool Accepts(EMoxType pValueType) const { return pValueType == mDataType && mValueSize > 0; }
     // Makes room for pCount values (geometric growth); false, nothing changed, when memory ran out.
