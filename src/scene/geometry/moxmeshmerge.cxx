@@ -7,13 +7,16 @@
 // The lookups that a plain reading of these operations repeats per element are replaced by indices built
 // once, each giving exactly the plain answer: the last earlier control point within the merge distance
 // (exact-position sites on a spatial grid), the first edge joining two unordered control points as
-// GetMeshEdgeIndex finds it (MoxEdgePairIndex), the first polygon vertex using a control point (inverse
-// index, kept up to date while polygon vertices are rewritten), the polygon closing at a polygon vertex
-// (inverse index) and the shift of a control point index by the removed points below it (prefix counts).
+// GetMeshEdgeIndex finds it (MoxEdgePairIndex), the first polygon vertex using a control point (a bit per
+// control point met in one pass over the polygon vertices, or, when merge-list entries point forward, an
+// inverse index kept up to date while polygon vertices are rewritten), the polygon closing at a polygon
+// vertex (inverse index) and the shift of a control point index by the removed points below it (a bit
+// per control point with counts per 64 bits, a few MiB where an int per point would not stay in cache).
 // Both operations are O(n log n) or better in the polygon-vertex, control-point and edge counts (the merge
 // list: plus the number of close pairs of distinct positions).
 
 #include <algorithm>
+#include <bitset>
 #include <climits>
 #include <cmath>
 #include <cstddef>
@@ -431,42 +434,134 @@ namespace {
 
 // ---- Merge: steps -----------------------------------------------------------------------------------------
 
-// Step 2: control point i moves its normal and its merge-list entry to the first polygon vertex that uses
-// it, i in increasing order, so normals end indexed by polygon vertex. The first use of i is looked up in
-// the polygon vertices as already rewritten for the control points below i: the first original use, or
-// an earlier rewritten position whose new value is i. A control point that no polygon vertex uses moves
-// nothing; a polygon vertex past the control point count takes no normal. Missing normals are skipped.
-void ReorderNormalsByPolygonVertex(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, VectorArray* pNormals)
+// A bit per control point and, once CountBelow has run, the number of set bits below each word: how
+// many bits below a point are set is then two reads from arrays a 32nd and a 64th of an int per point,
+// small enough to stay in cache where a table of an int per point would not.
+class PointBits {
+public:
+    explicit PointBits(int pCount) : mWordCount(pCount / 64 + 1), mWords(mWordCount), mBelow(mWordCount) {}
+
+    // All bits clear; false when memory ran out.
+    bool Init()
+    {
+        if (!mWords.Get() || !mBelow.Get()) return false;
+        std::fill(mWords.Get(), mWords.Get() + mWordCount, uint64_t(0));
+        return true;
+    }
+
+    void Set(int pPoint) { mWords[pPoint >> 6] |= uint64_t(1) << (pPoint & 63); }
+    bool Test(int pPoint) const { return (mWords[pPoint >> 6] >> (pPoint & 63)) & 1; }
+
+    // Counts the set bits below each word, for Below.
+    void CountBelow()
+    {
+        int lCount = 0;
+        for (int w = 0; w < mWordCount; ++w) {
+            mBelow[w] = lCount;
+            lCount += static_cast<int>(std::bitset<64>(mWords[w]).count());
+        }
+    }
+
+    // The set bits below pPoint (0 <= pPoint <= the count the bits were made for), after CountBelow.
+    int Below(int pPoint) const
+    {
+        const uint64_t lLower = (uint64_t(1) << (pPoint & 63)) - 1;
+        return mBelow[pPoint >> 6] + static_cast<int>(std::bitset<64>(mWords[pPoint >> 6] & lLower).count());
+    }
+
+private:
+    int mWordCount;
+    MoxScratch<uint64_t> mWords;
+    MoxScratch<int> mBelow;
+};
+
+// Step 2 when no entry points forward and every control point has one: the first use of a control
+// point is then its first polygon vertex in the vertices as they were, and the rewrites for the points
+// below it never reach it, so passes over the polygon vertices in order, marking the points met, do what
+// the pass by control point does. Normals move in place, position k taking the normal of the control
+// point first used there (zero where none is): position k is written after every position below it, so
+// of the normals still needed only those moving up are saved first, and no array of a normal per point
+// is made. False, with nothing changed, when memory ran out.
+bool MoveToFirstUses(int* pVertices, int pVertexCount, const int* pList, int pCount, MoxVector4* pNormals,
+                     int pNormalCount, int pKeptCount)
+{
+    PointBits lMet(pCount);
+    PointBits lFirst(pVertexCount);
+    PointBits lSaved(pKeptCount);  // normals moving up to a later position
+    if (!lMet.Init() || !lFirst.Init() || !lSaved.Init()) return false;
+    for (int k = 0; k < pVertexCount; ++k) {
+        const int lPoint = pVertices[k];
+        if (static_cast<unsigned>(lPoint) >= static_cast<unsigned>(pCount) || lMet.Test(lPoint)) continue;
+        lMet.Set(lPoint);
+        lFirst.Set(k);
+        if (k < pKeptCount && lPoint < k) lSaved.Set(lPoint);
+    }
+    lSaved.CountBelow();
+    MoxScratch<MoxVector4> lSavedNormals(lSaved.Below(pKeptCount));
+    if (!lSavedNormals.Get()) return false;
+    for (int c = 0; c < pKeptCount; ++c)
+        if (lSaved.Test(c)) lSavedNormals[lSaved.Below(c)] = pNormals[c];
+    for (int k = 0; k < pKeptCount; ++k) {
+        const int lPoint = k < pVertexCount && lFirst.Test(k) ? pVertices[k] : -1;
+        if (lPoint < 0 || lPoint >= pNormalCount)
+            pNormals[k] = MoxVector4();
+        else
+            pNormals[k] = lPoint < k ? lSavedNormals[lSaved.Below(lPoint)] : pNormals[lPoint];
+    }
+    for (int k = 0; k < pVertexCount; ++k)
+        if (lFirst.Test(k)) pVertices[k] = pList[pVertices[k]];
+    return true;
+}
+
+// Step 2 by control point, for any merge list: i in increasing order, its first use looked up in the
+// polygon vertices as already rewritten for the control points below i. Nothing changes when memory ran
+// out.
+void MoveByControlPoint(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, bool pForward, MoxVector4* pNormals,
+                        int pNormalCount, int pKeptCount)
 {
     const int lVertexCount = pMesh.mPolygonVertices.GetCount();
     MoxArray<int> lFirstUse;
-    MoxArray<int> lRewrittenUse;  // only when some entry points forward
-    MoxArray<MoxVector4> lBuffer;
-    bool lForward = false;
-    for (int i = 0; i < std::min(pCount, pMergeList.GetCount()) && !lForward; ++i)
-        lForward = pMergeList.GetArray()[i] > i;
-    if (!MoxFillArray(lFirstUse, pCount, INT_MAX) || (lForward && !MoxFillArray(lRewrittenUse, pCount, INT_MAX)) ||
-        !MoxFillArray(lBuffer, pCount, MoxVector4()))
+    MoxArray<int> lRewrittenUse;   // only when some entry points forward
+    MoxArray<MoxVector4> lBuffer;  // the normals that stay
+    if (!MoxFillArray(lFirstUse, pCount, INT_MAX) || (pForward && !MoxFillArray(lRewrittenUse, pCount, INT_MAX)) ||
+        (pKeptCount > 0 && !MoxFillArray(lBuffer, pKeptCount, MoxVector4())))
         return;
     int* lVertices = pMesh.mPolygonVertices.GetArray();
     for (int k = lVertexCount - 1; k >= 0; --k)
         if (static_cast<unsigned>(lVertices[k]) < static_cast<unsigned>(pCount)) lFirstUse.GetArray()[lVertices[k]] = k;
 
-    MoxVector4* lNormals = pNormals ? pNormals->GetLocked(MoxLayerElementArray::eReadWriteLock) : nullptr;
-    const int lNormalCount = lNormals ? pNormals->GetCount() : 0;
     for (int i = 0; i < pCount; ++i) {
         const int lUse =
-            lForward ? std::min(lFirstUse.GetArray()[i], lRewrittenUse.GetArray()[i]) : lFirstUse.GetArray()[i];
+            pForward ? std::min(lFirstUse.GetArray()[i], lRewrittenUse.GetArray()[i]) : lFirstUse.GetArray()[i];
         if (lUse == INT_MAX) continue;
-        if (lUse < pCount && i < lNormalCount) lBuffer.GetArray()[lUse] = lNormals[i];
+        if (lUse < pKeptCount && i < pNormalCount) lBuffer.GetArray()[lUse] = pNormals[i];
         const int lTarget = pMergeList[i];
         lVertices[lUse] = lTarget;
-        if (lForward && lTarget > i && lTarget < pCount)
+        if (pForward && lTarget > i && lTarget < pCount)
             lRewrittenUse.GetArray()[lTarget] = std::min(lRewrittenUse.GetArray()[lTarget], lUse);
     }
-    if (lNormals && pCount > 0)
-        std::memcpy(static_cast<void*>(lNormals), lBuffer.GetArray(),
-                    sizeof(MoxVector4) * size_t(std::min(pCount, lNormalCount)));
+    if (pKeptCount > 0)
+        std::memcpy(static_cast<void*>(pNormals), lBuffer.GetArray(), sizeof(MoxVector4) * size_t(pKeptCount));
+}
+
+// Step 2: control point i moves its normal and its merge-list entry to the first polygon vertex that uses
+// it, i in increasing order, so normals end indexed by polygon vertex. The first use of i is looked up in
+// the polygon vertices as already rewritten for the control points below i: the first original use, or
+// an earlier rewritten position whose new value is i. A control point that no polygon vertex uses moves
+// nothing; a polygon vertex past the control point count takes no normal. Missing normals are skipped.
+// A normal moved past the end of the array is dropped.
+void ReorderNormalsByPolygonVertex(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount, VectorArray* pNormals)
+{
+    MoxVector4* lNormals = pNormals ? pNormals->GetLocked(MoxLayerElementArray::eReadWriteLock) : nullptr;
+    const int lNormalCount = lNormals ? pNormals->GetCount() : 0;
+    const int lKeptCount = std::min(pCount, lNormalCount);
+    bool lForward = false;
+    for (int i = 0; i < std::min(pCount, pMergeList.GetCount()) && !lForward; ++i)
+        lForward = pMergeList.GetArray()[i] > i;
+    const bool lInOrder = !lForward && pMergeList.GetCount() >= pCount;
+    if (!lInOrder || !MoveToFirstUses(pMesh.mPolygonVertices.GetArray(), pMesh.mPolygonVertices.GetCount(),
+                                      pMergeList.GetArray(), pCount, lNormals, lNormalCount, lKeptCount))
+        MoveByControlPoint(pMesh, pMergeList, pCount, lForward, lNormals, lNormalCount, lKeptCount);
     if (pNormals) pNormals->Release(&lNormals);
 }
 
@@ -594,22 +689,24 @@ void RebuildSkinClusters(MoxMesh& pMesh, const MoxArray<int>& pMergeList)
 // x minus the number of removed control points below x. Returns whether anything was removed.
 bool RemoveMergedControlPoints(MoxMesh& pMesh, MoxArray<int>& pMergeList, int pCount)
 {
-    MoxArray<int> lRemovedBelow;
-    if (!lRemovedBelow.Resize(pCount + 1)) return false;
-    int* lBelow = lRemovedBelow.GetArray();
+    PointBits lRemoved(pCount);
+    if (!lRemoved.Init()) return false;
     MoxVector4* lPoints = pMesh.GetControlPoints();
-    lBelow[0] = 0;
+    int lRemovedCount = 0;
     for (int i = 0; i < pCount; ++i) {
-        const bool lRemoved = pMergeList[i] != i;
-        if (!lRemoved) lPoints[i - lBelow[i]] = lPoints[i];
-        lBelow[i + 1] = lBelow[i] + (lRemoved ? 1 : 0);
+        if (pMergeList[i] != i) {
+            lRemoved.Set(i);
+            ++lRemovedCount;
+        } else {
+            lPoints[i - lRemovedCount] = lPoints[i];
+        }
     }
-    const int lRemovedCount = lBelow[pCount];
     if (lRemovedCount == 0) return false;
+    lRemoved.CountBelow();
     pMesh.SetControlPointCount(pCount - lRemovedCount);
     int* lVertices = pMesh.mPolygonVertices.GetArray();
     for (int k = 0; k < pMesh.mPolygonVertices.GetCount(); ++k)
-        if (lVertices[k] > 0) lVertices[k] -= lBelow[std::min(lVertices[k], pCount)];
+        if (lVertices[k] > 0) lVertices[k] -= lRemoved.Below(std::min(lVertices[k], pCount));
     return true;
 }
 

@@ -462,6 +462,27 @@ TEST(MoxMeshMerge, TargetShapesAreTruncatedWithTheFirstShapesValues)
 
 // ---- Oracle comparisons on random meshes ------------------------------------------------------------------
 
+// Merges pFast by pFastList and pPlain by pPlainList with the plain algorithm: the same reports and the
+// same meshes after.
+void ExpectSameMerge(MoxMesh& pFast, MoxArray<int>& pFastList, MoxMesh& pPlain, MoxArray<int>& pPlainList,
+                     const std::string& pContext)
+{
+    std::vector<std::string> lFastReports;
+    std::vector<std::string> lPlainReports;
+    {
+        moxtest::ReportCapture lReports;
+        pFast.MergePointsForPolygonVerteNormals(pFastList);
+        lFastReports = AllReports(lReports);
+    }
+    {
+        moxtest::ReportCapture lReports;
+        moxoracle::MergePoints(pPlain, pPlainList);
+        lPlainReports = AllReports(lReports);
+    }
+    EXPECT_EQ(lFastReports, lPlainReports) << pContext;
+    ExpectSameState(Capture(pFast), Capture(pPlain), pContext);
+}
+
 TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
 {
     int lTopologiesKept = 0;
@@ -498,25 +519,53 @@ TEST(MoxMeshSplitOracle, MergeMatchesThePlainAlgorithmOnRandomMeshes)
         const bool lKeepsTopology = lListKind != 3 && HasOnePolygonVertexPerControlPoint(*lFast);
         lTopologiesKept += lKeepsTopology;
         MoxArray<int> lPlainList(lList);
-        std::vector<std::string> lFastReports;
-        std::vector<std::string> lPlainReports;
-        {
-            moxtest::ReportCapture lReports;
-            lFast->MergePointsForPolygonVerteNormals(lList);
-            lFastReports = AllReports(lReports);
-        }
-        {
-            moxtest::ReportCapture lReports;
-            moxoracle::MergePoints(*lPlain, lPlainList);
-            lPlainReports = AllReports(lReports);
-        }
-        EXPECT_EQ(lFastReports, lPlainReports) << lContext;
-        ExpectSameState(Capture(*lFast), Capture(*lPlain), lContext);
+        ExpectSameMerge(*lFast, lList, *lPlain, lPlainList, lContext);
         if (lKeepsTopology) {
             EXPECT_TRUE(lFast->HasWellFormedTopology()) << lContext;
         }
         if (HasFailure()) return;
     }
     EXPECT_GT(lTopologiesKept, 150);
+}
+
+// Lists whose entries never point forward, on meshes whose control points are used many times, not at
+// all or from past the end, with fewer or more normals than control points: the pass over the polygon
+// vertices in order must move every entry and normal as the pass by control point does.
+TEST(MoxMeshSplitOracle, MergeWithBackwardEntriesMatchesThePlainAlgorithm)
+{
+    for (unsigned lSeed = 1; lSeed <= 200; ++lSeed) {
+        std::mt19937 lRandom(lSeed);
+        const int lCount = std::uniform_int_distribution<int>(1, 40)(lRandom);
+        std::vector<moxtest::Point> lPoints;
+        lPoints.reserve(size_t(lCount));
+        for (int i = 0; i < lCount; ++i) lPoints.push_back({double(i), double(i % 3), 0.0});
+        std::vector<std::vector<int>> lPolygons(std::uniform_int_distribution<size_t>(1, 12)(lRandom));
+        for (std::vector<int>& lPolygon : lPolygons)
+            for (int v = std::uniform_int_distribution<int>(3, 5)(lRandom); v > 0; --v)
+                lPolygon.push_back(std::uniform_int_distribution<int>(0, lCount + 1)(lRandom));
+        const int lNormalCount = std::uniform_int_distribution<int>(0, 2 * lCount)(lRandom);
+        std::vector<int> lEntries;
+        lEntries.reserve(size_t(lCount));
+        for (int i = 0; i < lCount; ++i)
+            lEntries.push_back(lRandom() % 2 ? i : std::uniform_int_distribution<int>(0, i)(lRandom));
+
+        moxtest::ManagerScope lScope;
+        MoxMesh* lFast = lScope.NewMesh();
+        MoxMesh* lPlain = lScope.NewMesh();
+        MoxArray<int> lFastList;
+        MoxArray<int> lPlainList;
+        for (MoxMesh* lMesh : {lFast, lPlain}) {
+            moxtest::ReportCapture lQuiet;
+            moxtest::BuildMesh(*lMesh, lPoints, lPolygons);
+            SetNormals(*lMesh, MoxLayerElement::eByControlPoint, MoxLayerElement::eDirect, Normals(lNormalCount));
+        }
+        for (int lEntry : lEntries) {
+            lFastList.Add(lEntry);
+            lPlainList.Add(lEntry);
+        }
+        const std::string lContext = "seed " + std::to_string(lSeed);
+        ExpectSameMerge(*lFast, lFastList, *lPlain, lPlainList, lContext);
+        if (HasFailure()) return;
+    }
 }
 }  // namespace
