@@ -89,73 +89,128 @@ TEST(MoxMemory, DefaultLargeBlocksAreAligned)
     MoxFree(lZeroed);
 }
 
-// The size that the default handlers count for a large block: its whole 2 MiB pages (the C library may
-// give up to 2 MiB more than asked for when it aligns a block).
+constexpr size_t sgKiB = size_t(1) << 10;
+constexpr size_t sgMiB = size_t(1) << 20;
+
+// The size that the default handlers count for a block they keep: its whole pages, of 2 MiB for a large
+// block (4 MiB and more; the C library may give up to 2 MiB more than asked for when it aligns one),
+// of 4 KiB for a medium one (64 KiB up to 4 MiB).
 size_t KeptSizeOf(void* pBlock)
 {
-    return malloc_usable_size(pBlock) & ~((size_t(2) << 20) - 1);
+    const size_t lUsable = malloc_usable_size(pBlock);
+    const size_t lPage = lUsable >= 4 * sgMiB ? 2 * sgMiB : 4 * sgKiB;
+    return lUsable & ~(lPage - 1);
 }
 
 constexpr const char* sgNothingKept = "AddressSanitizer builds keep no freed block";
 
-// Under AddressSanitizer a freed large block goes straight back, so that a use after free of it is seen.
+// Under AddressSanitizer a freed medium or large block goes straight back, so that a use after free of
+// it is seen.
 TEST(MoxMemory, AddressSanitizerBuildsKeepNothing)
 {
-    MoxReleaseKeptMemory();
-    void* lBlock = MoxMalloc(size_t(8) << 20);
-    ASSERT_NE(lBlock, nullptr);
-    const size_t lKept = KeptSizeOf(lBlock);
-    MoxFree(lBlock);
-    EXPECT_EQ(MoxGetKeptMemorySize(), sgAddressSanitizer ? 0u : lKept);
+    for (const size_t lSize : {8 * sgMiB, 512 * sgKiB}) {
+        MoxReleaseKeptMemory();
+        void* lBlock = MoxMalloc(lSize);
+        ASSERT_NE(lBlock, nullptr);
+        const size_t lKept = KeptSizeOf(lBlock);
+        MoxFree(lBlock);
+        EXPECT_EQ(MoxGetKeptMemorySize(), sgAddressSanitizer ? 0u : lKept);
+    }
     MoxReleaseKeptMemory();
 }
 
-// A freed large block of the default handlers serves the next large request that it fits closely
-// (at most 2 MiB and an eighth larger); a kept block handed out by MoxCalloc is zeroed; a large block
-// grows in place up to its whole 2 MiB pages.
-TEST(MoxMemory, DefaultLargeBlocksAreKeptForReuse)
+// Frees a fresh block of pSize bytes (filled) and expects it kept, counted in its whole pages; then that
+// it serves the next request of 100 bytes less, and MoxCalloc's request of pSize bytes zeroed. Returns
+// the block, freed again and kept.
+void* ExpectKeptForReuse(size_t pSize)
 {
-    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
-    constexpr size_t lSize = (size_t(13) << 20) + 5;
     MoxReleaseKeptMemory();
-    auto* lBlock = static_cast<unsigned char*>(MoxMalloc(lSize));
-    ASSERT_NE(lBlock, nullptr);
-    std::memset(lBlock, 0xab, lSize);
-    EXPECT_EQ(MoxRealloc(lBlock, size_t(14) << 20), lBlock);
+    auto* lBlock = static_cast<unsigned char*>(MoxMalloc(pSize));
+    if (!lBlock) {
+        ADD_FAILURE() << "no block of " << pSize << " bytes";
+        return nullptr;
+    }
+    std::memset(lBlock, 0xab, pSize);
     const size_t lKept = KeptSizeOf(lBlock);
     MoxFree(lBlock);
     EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
-    void* lAgain = MoxMalloc(lSize - 100);
+    void* lAgain = MoxMalloc(pSize - 100);
     EXPECT_EQ(lAgain, lBlock);
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
     MoxFree(lAgain);
-    auto* lZeroed = static_cast<unsigned char*>(MoxCalloc(lSize, 1));
-    ASSERT_EQ(lZeroed, lBlock);
+    auto* lZeroed = static_cast<unsigned char*>(MoxCalloc(pSize, 1));
+    EXPECT_EQ(lZeroed, lBlock);
     EXPECT_EQ(lZeroed[0], 0);
-    EXPECT_EQ(lZeroed[lSize / 2], 0);
-    EXPECT_EQ(lZeroed[lSize - 1], 0);
+    EXPECT_EQ(lZeroed[pSize / 2], 0);
+    EXPECT_EQ(lZeroed[pSize - 1], 0);
     MoxFree(lZeroed);
+    return lBlock;
+}
+
+// A freed large block of the default handlers serves the next large request that it fits closely
+// (at most 2 MiB and an eighth larger), MoxCalloc's zeroed among them; a large block grows in place up
+// to its whole 2 MiB pages.
+TEST(MoxMemory, DefaultLargeBlocksAreKeptForReuse)
+{
+    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
+    constexpr size_t lSize = 13 * sgMiB + 5;
+    void* lBlock = ExpectKeptForReuse(lSize);
+    ASSERT_EQ(MoxMalloc(lSize), lBlock);
+    EXPECT_EQ(MoxRealloc(lBlock, 14 * sgMiB), lBlock);
+    MoxFree(lBlock);
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
+// A freed medium block (64 KiB up to 4 MiB, whole 4 KiB pages) serves the next medium request that it
+// fits closely, MoxCalloc's zeroed among them, and a smaller block that grows into it with MoxRealloc
+// (its bytes moved along).
+TEST(MoxMemory, DefaultMediumBlocksAreKeptForReuse)
+{
+    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
+    constexpr size_t lSize = 300 * sgKiB + 5;
+    void* lBlock = ExpectKeptForReuse(lSize);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 304 * sgKiB);
+    constexpr size_t lSmallSize = 40 * sgKiB;
+    auto* lSmall = static_cast<unsigned char*>(MoxMalloc(lSmallSize));
+    ASSERT_NE(lSmall, nullptr);
+    lSmall[0] = 7;
+    lSmall[lSmallSize - 1] = 9;
+    auto* lGrown = static_cast<unsigned char*>(MoxRealloc(lSmall, lSize));
+    ASSERT_EQ(lGrown, lBlock);
+    EXPECT_EQ(lGrown[0], 7);
+    EXPECT_EQ(lGrown[lSmallSize - 1], 9);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    MoxFree(lGrown);
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+}
+
+// After blocks of pPeak bytes of one kind were taken at once, a kept block of pKept bytes serves pClose
+// bytes and not pFar: a request that no kept block serves gets a fresh block.
+void ExpectOnlyCloseRequestsServed(size_t pPeak, size_t pKept, size_t pFar, size_t pClose)
+{
+    MoxFree(MoxMalloc(pPeak));
+    MoxReleaseKeptMemory();
+    void* lBlock = MoxMalloc(pKept);
+    MoxFree(lBlock);
+    void* lFar = MoxMalloc(pFar);
+    EXPECT_NE(lFar, lBlock);
+    void* lClose = MoxMalloc(pClose);
+    EXPECT_EQ(lClose, lBlock);
+    MoxFree(lClose);
+    MoxFree(lFar);
+    MoxReleaseKeptMemory();
+}
+
 // A block of 14 MiB (16 with the C library's slack) serves 13 MiB (whole pages 14, plus 2 and an eighth:
-// 17.625), not 8 MiB (8 + 2 + 1 = 11): a request that no kept block serves gets a fresh block.
+// 17.625), not 8 MiB (8 + 2 + 1 = 11); a medium block of 512 KiB serves 480 KiB (480 + 4 + 60 = 544),
+// not 256 KiB (256 + 4 + 32 = 292). Both stay below the peaks of 64 and 3 MiB taken first.
 TEST(MoxMemory, KeptBlocksServeOnlyRequestsTheyFitClosely)
 {
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
-    constexpr size_t lMiB = size_t(1) << 20;
-    MoxFree(MoxMalloc(64 * lMiB));
-    MoxReleaseKeptMemory();  // the large blocks have taken 64 MiB at once: 8 MiB and 14 kept stay below
-    void* lBlock = MoxMalloc(14 * lMiB);
-    MoxFree(lBlock);
-    void* lSmaller = MoxMalloc(8 * lMiB);
-    EXPECT_NE(lSmaller, lBlock);
-    void* lClose = MoxMalloc(13 * lMiB);
-    EXPECT_EQ(lClose, lBlock);
-    MoxFree(lClose);
-    MoxFree(lSmaller);
-    MoxReleaseKeptMemory();
+    ExpectOnlyCloseRequestsServed(64 * sgMiB, 14 * sgMiB, 8 * sgMiB, 13 * sgMiB);
+    ExpectOnlyCloseRequestsServed(3 * sgMiB, 512 * sgKiB, 256 * sgKiB, 480 * sgKiB);
 }
 
 // A fresh block beyond the most that the large blocks in use and kept ever took gives back the kept
@@ -164,7 +219,7 @@ TEST(MoxMemory, KeptBlocksNeverRaiseThePeak)
 {
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
     MoxReleaseKeptMemory();
-    void* lBlock = MoxMalloc(size_t(40) << 20);
+    void* lBlock = MoxMalloc(40 * sgMiB);
     const size_t lKept = KeptSizeOf(lBlock);
     MoxFree(lBlock);
     EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
@@ -175,38 +230,99 @@ TEST(MoxMemory, KeptBlocksNeverRaiseThePeak)
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
-// At most 16 blocks and 512 MiB are kept, the oldest given back first; MoxReleaseKeptMemory gives all back.
-TEST(MoxMemory, KeptBlocksAreBounded)
+// The medium blocks have a peak of their own: holding more of them than the other tests ever hold at
+// once gives the kept ones back first.
+TEST(MoxMemory, KeptMediumBlocksNeverRaiseThePeak)
 {
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
-    constexpr size_t lMiB = size_t(1) << 20;
     MoxReleaseKeptMemory();
-    std::vector<void*> lBlocks;
-    size_t lLastSixteen = 0;
-    for (int i = 0; i < 18; ++i) {
-        lBlocks.push_back(MoxMalloc(4 * lMiB));
-        if (i >= 2) lLastSixteen += KeptSizeOf(lBlocks.back());
-    }
-    for (void* lBlock : lBlocks) MoxFree(lBlock);
-    EXPECT_EQ(MoxGetKeptMemorySize(), lLastSixteen);
+    void* lBlock = MoxMalloc(sgMiB);
+    const size_t lKept = KeptSizeOf(lBlock);
+    MoxFree(lBlock);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
+    std::vector<void*> lHeld(16);  // 48 MiB, never touched: address space only
+    for (void*& lHeldBlock : lHeld) lHeldBlock = MoxMalloc(3 * sgMiB);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    for (void* lHeldBlock : lHeld) MoxFree(lHeldBlock);
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+}
 
-    void* lFirst = MoxMalloc(200 * lMiB);
-    void* lSecond = MoxMalloc(200 * lMiB);
-    void* lThird = MoxMalloc(200 * lMiB);
+// A fresh large block gives back the kept medium blocks first (the process is growing); a kept large
+// block that serves a request leaves them kept.
+TEST(MoxMemory, FreshLargeBlocksGiveBackMediumOnes)
+{
+    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
+    MoxReleaseKeptMemory();
+    void* lMedium = MoxMalloc(sgMiB);
+    const size_t lMediumSize = KeptSizeOf(lMedium);
+    void* lLarge = MoxMalloc(8 * sgMiB);
+    const size_t lLargeSize = KeptSizeOf(lLarge);
+    MoxFree(lMedium);
+    MoxFree(lLarge);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lMediumSize + lLargeSize);
+    void* lAgain = MoxMalloc(8 * sgMiB);
+    EXPECT_EQ(lAgain, lLarge);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lMediumSize);
+    void* lFresh = MoxMalloc(20 * sgMiB);
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    MoxFree(lFresh);
+    MoxFree(lAgain);
+    MoxReleaseKeptMemory();
+}
+
+// With a block of pExtra bytes in use, frees pCount + 2 blocks of pSize bytes, of which the last pCount
+// are kept, then the first block, kept besides them; MoxReleaseKeptMemory gives all back.
+void ExpectLastKept(int pCount, size_t pSize, size_t pExtra)
+{
+    MoxReleaseKeptMemory();
+    void* lExtra = MoxMalloc(pExtra);
+    const size_t lExtraSize = KeptSizeOf(lExtra);
+    std::vector<void*> lBlocks;
+    size_t lLast = 0;
+    for (int i = 0; i < pCount + 2; ++i) {
+        lBlocks.push_back(MoxMalloc(pSize));
+        if (i >= 2) lLast += KeptSizeOf(lBlocks.back());
+    }
+    for (void* lBlock : lBlocks) MoxFree(lBlock);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lLast);
+    MoxFree(lExtra);
+    EXPECT_EQ(MoxGetKeptMemorySize(), lLast + lExtraSize);
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+}
+
+// Frees three blocks of pSize bytes, of which only two fit the bounds: the first is given back; the next
+// request takes the smaller kept block, else the older.
+void ExpectOldestGivenBack(size_t pSize)
+{
+    MoxReleaseKeptMemory();
+    void* lFirst = MoxMalloc(pSize);
+    void* lSecond = MoxMalloc(pSize);
+    void* lThird = MoxMalloc(pSize);
     const size_t lSecondSize = KeptSizeOf(lSecond);
     const size_t lThirdSize = KeptSizeOf(lThird);
     MoxFree(lFirst);
     MoxFree(lSecond);
     MoxFree(lThird);
-    EXPECT_EQ(MoxGetKeptMemorySize(), lSecondSize + lThirdSize);  // the first block given back
-    void* lAgain = MoxMalloc(200 * lMiB);
-    EXPECT_EQ(lAgain, lThirdSize < lSecondSize ? lThird : lSecond);  // the smaller, else the older
+    EXPECT_EQ(MoxGetKeptMemorySize(), lSecondSize + lThirdSize);
+    void* lAgain = MoxMalloc(pSize);
+    EXPECT_EQ(lAgain, lThirdSize < lSecondSize ? lThird : lSecond);
     MoxFree(lAgain);
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
-    MoxFree(MoxMalloc(520 * lMiB));  // larger than all that is kept at most
+}
+
+// At most 16 large blocks and 512 MiB are kept, and 32 medium blocks and 8 MiB besides them, the oldest
+// given back first; MoxReleaseKeptMemory gives all back.
+TEST(MoxMemory, KeptBlocksAreBounded)
+{
+    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
+    ExpectLastKept(16, 4 * sgMiB, 200 * sgKiB);
+    ExpectLastKept(32, 200 * sgKiB, 4 * sgMiB);
+    ExpectOldestGivenBack(200 * sgMiB);
+    ExpectOldestGivenBack(3 * sgMiB);
+    MoxFree(MoxMalloc(520 * sgMiB));  // larger than all that is kept at most
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }
 
@@ -223,38 +339,40 @@ void ReplacedFree(void* pData)
     std::free(pData);
 }
 
+// A kept large or medium block serves no request of replaced handlers, and a replaced free keeps nothing.
 TEST(MoxMemory, ReplacedHandlersBypassKeptBlocks)
 {
     if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
-    MoxReleaseKeptMemory();
-    void* lFirst = MoxMalloc(size_t(8) << 20);
-    const size_t lKept = KeptSizeOf(lFirst);
-    MoxFree(lFirst);
-    MoxSetMallocHandler(&ReplacedMalloc);
-    MoxSetFreeHandler(&ReplacedFree);
-    sgReplacedFrees = 0;
-    void* lBlock = MoxMalloc(size_t(8) << 20);
-    EXPECT_EQ(lBlock, sgReplacedBlock);
-    MoxFree(lBlock);
-    MoxSetMallocHandler(nullptr);
-    MoxSetFreeHandler(nullptr);
-    EXPECT_EQ(sgReplacedFrees, 1);
-    EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
+    for (const size_t lSize : {8 * sgMiB, 512 * sgKiB}) {
+        MoxReleaseKeptMemory();
+        void* lFirst = MoxMalloc(lSize);
+        const size_t lKept = KeptSizeOf(lFirst);
+        MoxFree(lFirst);
+        MoxSetMallocHandler(&ReplacedMalloc);
+        MoxSetFreeHandler(&ReplacedFree);
+        sgReplacedFrees = 0;
+        void* lBlock = MoxMalloc(lSize);
+        EXPECT_EQ(lBlock, sgReplacedBlock);
+        MoxFree(lBlock);
+        MoxSetMallocHandler(nullptr);
+        MoxSetFreeHandler(nullptr);
+        EXPECT_EQ(sgReplacedFrees, 1);
+        EXPECT_EQ(MoxGetKeptMemorySize(), lKept);
+    }
     MoxReleaseKeptMemory();
 }
 
-// Threads allocating, filling, checking and freeing large blocks of several sizes at once each get a
-// block of their own: no block is handed out twice, and no more blocks are kept than were in use at once.
-TEST(MoxMemory, KeptBlocksAreThreadSafe)
+// Four threads allocating, filling, checking and freeing blocks at once, 50 times each, threads 0 and 2
+// of pFirst bytes, 1 and 3 of pSecond bytes; the number of bad blocks each thread saw (null, or not
+// holding what it wrote).
+std::vector<int> FillFromThreads(size_t pFirst, size_t pSecond)
 {
-    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
-    MoxReleaseKeptMemory();
     std::vector<std::thread> lThreads;
     lThreads.reserve(4);
     std::vector<int> lBad(4, 0);
     for (int t = 0; t < 4; ++t)
-        lThreads.emplace_back([t, &lBad] {
-            const size_t lSize = size_t(4 + 4 * (t % 2)) << 20;  // no block of one size fits the other
+        lThreads.emplace_back([t, pFirst, pSecond, &lBad] {
+            const size_t lSize = t % 2 == 0 ? pFirst : pSecond;
             for (int i = 0; i < 50; ++i) {
                 auto* lBlock = static_cast<unsigned char*>(MoxMalloc(lSize));
                 if (!lBlock) {
@@ -267,8 +385,22 @@ TEST(MoxMemory, KeptBlocksAreThreadSafe)
             }
         });
     for (std::thread& lThread : lThreads) lThread.join();
-    EXPECT_EQ(lBad, (std::vector<int>{0, 0, 0, 0}));
-    EXPECT_LE(MoxGetKeptMemorySize(), size_t(32) << 20);  // a block a thread at most, of up to 2 MiB more
+    return lBad;
+}
+
+// Threads taking large or medium blocks of two sizes (no block of one size fits the other) each get a
+// block of their own: no block is handed out twice, and a size's blocks are made only while all of them
+// are in use, so no more are kept than two of each size.
+TEST(MoxMemory, KeptBlocksAreThreadSafe)
+{
+    if (sgAddressSanitizer) GTEST_SKIP() << sgNothingKept;
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(FillFromThreads(4 * sgMiB, 8 * sgMiB), (std::vector<int>{0, 0, 0, 0}));
+    EXPECT_LE(MoxGetKeptMemorySize(), (6 + 10) * sgMiB * 2);  // up to 2 MiB more a block
+    MoxReleaseKeptMemory();
+    EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
+    EXPECT_EQ(FillFromThreads(256 * sgKiB, sgMiB), (std::vector<int>{0, 0, 0, 0}));
+    EXPECT_LE(MoxGetKeptMemorySize(), (260 + 1028) * sgKiB * 2);  // up to 4 KiB more a block
     MoxReleaseKeptMemory();
     EXPECT_EQ(MoxGetKeptMemorySize(), 0u);
 }

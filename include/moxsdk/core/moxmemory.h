@@ -27,35 +27,44 @@ size_t MoxAllocSize(size_t pCount, size_t pSize);
 // pA + pB, or SIZE_MAX when the sum overflows; keeps a saturated size saturated when a header is added.
 size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 
-// Each setter installs a handler; nullptr restores the default: the C library's function, except for
-// blocks of 4 MiB and more. On Linux with glibc, a new one starts 2 MiB-aligned, its size is rounded up
-// to whole 2 MiB pages and it is advised for transparent huge pages (madvise(MADV_HUGEPAGE)), so that a
-// first touch faults once per 2 MiB, not per 4 KiB. Every default block is a C library block (free and
-// realloc take it), so handlers can be replaced one at a time.
+// Each setter installs a handler; nullptr restores the default: the C library's function, except, on
+// Linux with glibc, for blocks of 64 KiB and more. Those of 4 MiB and more are large: a new one starts
+// 2 MiB-aligned, its size is rounded up to whole 2 MiB pages and it is advised for transparent huge pages
+// (madvise(MADV_HUGEPAGE)), so that a first touch faults once per 2 MiB, not per 4 KiB. The others are
+// medium: a new one is rounded up to whole 4 KiB pages. Every default block is a C library block (free
+// and realloc take it), so handlers can be replaced one at a time.
 //
-// Kept blocks: the default free keeps such a large block for the next large request instead of giving
-// it back, so that an operation repeated on a large mesh reuses its working memory instead of faulting
-// in fresh pages (whose cost depends on the C library's tuning). The policy:
-// - a kept block serves only a request that it fits closely: at most 2 MiB and an eighth of the
-//   request larger than the request's whole 2 MiB pages;
-// - a request that no kept block serves first gives back the oldest kept blocks by which the large
-//   blocks in use and kept would pass the most that they ever took; so keeping never raises the peak
-//   of the large blocks, and a process whose memory only grows keeps nothing at its peak;
-// - at most 16 blocks and 512 MiB are kept, the oldest given back first;
-// - replaced handlers bypass all of this (blocks freed by a replaced free handler are not kept).
+// Kept blocks: the default free keeps a medium or large block for the next request of its kind instead
+// of giving it back, so that an operation repeated on a mesh reuses its working memory instead of
+// faulting in fresh pages (whose cost depends on the C library's tuning: glibc gives the freed top of
+// its heap and its mapped blocks back to the OS). Medium and large blocks are kept apart, each with
+// bounds of its own; the policy:
+// - a kept block serves only a request of its kind that it fits closely: at most a page (2 MiB for a
+//   large block, 4 KiB for a medium one) and an eighth of the request larger than the request's whole
+//   pages;
+// - a request that no kept block serves first gives back the oldest kept blocks of its kind by which
+//   the blocks of that kind in use and kept would pass the most that they ever took; so keeping never
+//   raises the peak of either kind, and a process whose memory only grows keeps nothing at its peak;
+// - a fresh large block first gives back every kept medium block (the process is growing);
+// - at most 16 large blocks and 512 MiB, and 32 medium blocks and 8 MiB, are kept, the oldest given
+//   back first;
+// - a block that grows to 64 KiB or more through MoxRealloc moves to a block of MoxMalloc (a kept one
+//   when one fits), unless it has the room already;
+// - replaced handlers bypass all of this (blocks freed by a replaced free handler are not kept);
 // - builds under AddressSanitizer keep nothing, so that it sees every use after free.
 // A host that allocates much memory of its own after the library's operations, or that is done with
-// large meshes, calls MoxReleaseKeptMemory.
+// its meshes, calls MoxReleaseKeptMemory.
 void MoxSetMallocHandler(MoxMallocProc pHandler);
 void MoxSetCallocHandler(MoxCallocProc pHandler);
 void MoxSetReallocHandler(MoxReallocProc pHandler);
 void MoxSetFreeHandler(MoxFreeProc pHandler);
 
-// Gives the large blocks that the default free keeps back to the C library at once (nothing is lost
-// otherwise: the next allocation of the same sizes is only slower).
+// Gives the medium and large blocks that the default free keeps back to the C library at once (nothing
+// is lost otherwise: the next allocation of the same sizes is only slower).
 void MoxReleaseKeptMemory();
 
-// The bytes of the large blocks that the default free keeps now (0 where the C library is not glibc).
+// The bytes of the medium and large blocks that the default free keeps now, counted in their whole pages
+// (0 where the C library is not glibc).
 size_t MoxGetKeptMemorySize();
 
 // Allocates sizeof(T) bytes with MoxMalloc and constructs T in place. Returns nullptr when the memory
