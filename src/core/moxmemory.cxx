@@ -60,7 +60,9 @@ constexpr size_t sgPage = size_t(4) << 10;
 //   a single operation on 1M triangles keeps up to 12 blocks and 177 MiB; the pipeline above makes
 //   about 35 a call, up to 770 MB in use at once, and its next call found too few of them kept with 16
 //   blocks and 512 MiB: 1,263 faults and 0.89-1.65 s a call once settled, the second call 1.44-1.53 s;
-//   with 32 blocks and 1 GiB, 680-1,177 faults and 0.84-0.88 s, the second call 0.88-0.92 s. Medium blocks have bounds of their own, so that a
+//   with 32 blocks and 1 GiB, 680-1,177 faults and 0.84-0.88 s, the second call 0.88-0.92 s. On 4M
+//   triangles the same pipeline holds about 3 GB at once: 8.1 s a call with 1 GiB kept at most, 4.2-4.5 s
+//   with no bound but the peak; 64 blocks and 4 GiB cover it. Medium blocks have bounds of their own, so that a
 //   mesh's many medium blocks never push its large ones out: the pipeline above keeps up to 23 medium
 //   blocks and 6.7 MiB on 10k triangles, and reaches 8 MiB on 100k triangles, still with 12 faults a
 //   call instead of 2,800. A few MiB are enough, as a mesh with more working memory than that has
@@ -76,7 +78,7 @@ struct KeptBounds {
     size_t mPage;   // fresh blocks are whole pages of this size
     bool mHuge;     // fresh blocks start on a page and are advised for transparent huge pages
 };
-constexpr KeptBounds sgLargeBounds{32, size_t(1024) << 20, sgHugePage, true};
+constexpr KeptBounds sgLargeBounds{64, size_t(4096) << 20, sgHugePage, true};
 constexpr KeptBounds sgMediumBounds{32, size_t(8) << 20, sgPage, false};
 constexpr int sgMostKeptBlocks = std::max(sgLargeBounds.mBlocks, sgMediumBounds.mBlocks);
 

@@ -46,7 +46,7 @@ size_t MoxAllocSizeAdd(size_t pA, size_t pB);
 //   the blocks of that kind in use and kept would pass the most that they ever took; so keeping never
 //   raises the peak of either kind, and a process whose memory only grows keeps nothing at its peak;
 // - a fresh large block first gives back every kept medium block (the process is growing);
-// - at most 32 large blocks and 1 GiB, and 32 medium blocks and 8 MiB, are kept, the oldest given
+// - at most 64 large blocks and 4 GiB, and 32 medium blocks and 8 MiB, are kept, the oldest given
 //   back first;
 // - a block that grows to 64 KiB or more through MoxRealloc moves to a block of MoxMalloc (a kept one
 //   when one fits), unless it has the room already;
